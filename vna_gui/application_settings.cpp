@@ -1,0 +1,177 @@
+#include "application_settings.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+#include "signal_ops.h"
+
+ApplicationSettings::ApplicationSettings(const QString& fileName, QObject* parent)
+    : QSettings(fileName, QSettings::IniFormat, parent)
+{
+}
+
+ApplicationSettings::ApplicationSettings(Scope scope, const QString& organization,
+                                         const QString& application, QObject* parent)
+    : QSettings(QSettings::IniFormat, scope, organization, application, parent)
+{
+}
+
+QString ApplicationSettings::FileName() const
+{
+    return QFileInfo(fileName()).fileName();
+}
+
+QString ApplicationSettings::BaseName() const
+{
+    return QFileInfo(fileName()).baseName();
+}
+
+void ApplicationSettings::Save(const QString& key, const QVector<double>& v)
+{
+    const QByteArray bytes(reinterpret_cast<const char*>(v.constData()),
+                           v.size() * int(sizeof(double)));
+    setValue(key, bytes);
+}
+
+void ApplicationSettings::Load(const QString& key, QVector<double>& v) const
+{
+    const QByteArray bytes = value(key, QByteArray()).toByteArray();
+    if (bytes.size() > 0)
+    {
+        const int n = bytes.size() / int(sizeof(double));
+        v.resize(n);
+        memcpy(v.data(), bytes.constData(), size_t(n) * sizeof(double));
+    }
+}
+
+void ApplicationSettings::Save(const QString& key, const QVector<std::complex<double>>& v)
+{
+    QByteArray bytes(v.size() * 2 * int(sizeof(float)), Qt::Uninitialized);
+    sig::Convert(reinterpret_cast<const double*>(v.constData()),
+                 reinterpret_cast<float*>(bytes.data()), 2 * v.size());
+    setValue(key, bytes);
+}
+
+void ApplicationSettings::Load(const QString& key, QVector<std::complex<double>>& v) const
+{
+    const QByteArray bytes = value(key, QByteArray()).toByteArray();
+    if (bytes.size() > 0)
+    {
+        const int n = bytes.size() / int(2 * sizeof(float));
+        // Copy first: the byte array's storage is not guaranteed to be float-aligned.
+        QVector<float> floats(2 * n);
+        memcpy(floats.data(), bytes.constData(), size_t(2 * n) * sizeof(float));
+        v.resize(n);
+        sig::Convert(floats.constData(), reinterpret_cast<double*>(v.data()), 2 * n);
+    }
+}
+
+void ApplicationSettings::SaveList(const QString& key, const QList<int>& list)
+{
+    beginWriteArray(key, list.size());
+    for (int i = 0; i < list.size(); ++i)
+    {
+        setArrayIndex(i);
+        setValue(QString::number(i), list.at(i));
+    }
+    endArray();
+}
+
+void ApplicationSettings::LoadList(const QString& key, QList<int>& list)
+{
+    const int n = beginReadArray(key);
+    list.clear();
+    for (int i = 0; i < n; ++i)
+    {
+        setArrayIndex(i);
+        list.append(value(QString::number(i)).toInt());
+    }
+    endArray();
+}
+
+QString GetMyDocumentsPath()
+{
+    QString path = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    path += QStringLiteral("/Kestrix/");
+    QDir().mkdir(path);
+    path += QStringLiteral("vna/");
+    QDir().mkdir(path);
+    return path;
+}
+
+QString GetProgramDataPath()
+{
+    QString path = QStandardPaths::writableLocation(QStandardPaths::HomeLocation);
+    Q_ASSERT(path.length() > 0);
+    path += QStringLiteral("/.kestrix/");
+    QDir().mkdir(path);
+    return path;
+}
+
+QString GetPreferencesIniPath()
+{
+    return GetMyDocumentsPath() + QStringLiteral("Preferences.ini");
+}
+
+QString GetFactoryCalFolder()
+{
+    const QString path = GetProgramDataPath() + QStringLiteral("cal_files/");
+    QDir().mkdir(path);
+    return path;
+}
+
+QString GetFactoryCalFileName(int serial)
+{
+    return GetFactoryCalFolder() + QString::asprintf("nvx400_%8d.vnacal", serial);
+}
+
+QString GetManualsDir()
+{
+    return QStringLiteral("file:///") + QCoreApplication::applicationDirPath() +
+           QStringLiteral("/../manuals/");
+}
+
+QString GetDefaultUserDirectory(const QString& key)
+{
+    ApplicationSettings settings(GetPreferencesIniPath());
+    QString dir = GetMyDocumentsPath();
+    settings.Load(key, dir);
+    if (dir.isEmpty() || !QFileInfo(dir).isDir())
+    {
+        dir = GetMyDocumentsPath();
+    }
+    return dir;
+}
+
+void SetDefaultUserDirectory(const QString& key, const QString& path)
+{
+    ApplicationSettings settings(GetPreferencesIniPath());
+    settings.Save(key, path);
+}
+
+bool IsValidFileName(const QString& name)
+{
+    if (name.isEmpty())
+    {
+        return true;
+    }
+    if (name.front().isSpace() || name.back().isSpace())
+    {
+        return false;
+    }
+    for (const QChar c : name)
+    {
+        const ushort u = c.unicode();
+        const bool asciiAlnum = (u < 128) && (c.isLetterOrNumber());
+        const bool nonAsciiAlnum = (u >= 128) && c.isLetterOrNumber();
+        const bool allowed = asciiAlnum || nonAsciiAlnum || c.isSpace() || c == '_' ||
+                             c == '-' || c == '(' || c == ')';
+        if (!allowed)
+        {
+            return false;
+        }
+    }
+    return true;
+}

@@ -1,0 +1,68 @@
+// The one persistence mechanism: INI files with typed vectors, plus where the program keeps files.
+#pragma once
+
+#include <QList>
+#include <QSettings>
+#include <QString>
+#include <QVariant>
+#include <QVector>
+#include <complex>
+
+class ApplicationSettings : public QSettings
+{
+    Q_OBJECT
+public:
+    explicit ApplicationSettings(const QString& fileName, QObject* parent = nullptr);
+    ApplicationSettings(Scope scope, const QString& organization, const QString& application,
+                        QObject* parent = nullptr);
+
+    QString FileName() const;
+    QString BaseName() const;
+
+    void Clear() { clear(); }
+    void Remove(const QString& key) { remove(key); }
+    void BeginGroup(const QString& name) { beginGroup(name); }
+    void EndGroup() { endGroup(); }
+    void BeginWriteArray(const QString& name, int size = -1) { beginWriteArray(name, size); }
+    int BeginReadArray(const QString& name) { return beginReadArray(name); }
+    void SetArrayIndex(int i) { setArrayIndex(i); }
+    void EndArray() { endArray(); }
+    void Sync() { sync(); }
+
+    QVariant Load(const QString& key) const { return value(key); }
+
+    template <typename T>
+    void Save(const QString& key, const T& v)
+    {
+        setValue(key, QVariant::fromValue(v));
+    }
+
+    // Missing keys and unconvertible values leave `v` as it was: every caller's defaults rely on it.
+    template <typename T>
+    void Load(const QString& key, T& v) const
+    {
+        v = value(key, QVariant::fromValue(v)).template value<T>();
+    }
+
+    void Save(const QString& key, const QVector<double>& v);
+    void Load(const QString& key, QVector<double>& v) const;
+    // Complex vectors are narrowed to float pairs on purpose: files stay small, precision is float.
+    void Save(const QString& key, const QVector<std::complex<double>>& v);
+    void Load(const QString& key, QVector<std::complex<double>>& v) const;
+
+    void SaveList(const QString& key, const QList<int>& list);
+    void LoadList(const QString& key, QList<int>& list);
+};
+
+QString GetMyDocumentsPath();
+QString GetProgramDataPath();
+QString GetPreferencesIniPath();
+QString GetFactoryCalFolder();
+QString GetFactoryCalFileName(int serial);
+QString GetManualsDir();
+
+// Remembered folders for the file dialogs, one key per kind of file.
+QString GetDefaultUserDirectory(const QString& key);
+void SetDefaultUserDirectory(const QString& key, const QString& path);
+
+bool IsValidFileName(const QString& name);

@@ -1,0 +1,51 @@
+#include <QApplication>
+#include <QLocale>
+#include <QTranslator>
+
+#include "application_settings.h"
+#include "error_log.h"
+#include "mainwindow.h"
+
+int main(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+
+    QString language = QStringLiteral("Default");
+    {
+        ApplicationSettings prefs(GetPreferencesIniPath());
+        prefs.Load(QStringLiteral("Preferences/Language"), language);
+    }
+    if (language == QLatin1String("Default"))
+    {
+        language = QLocale::system().name().left(2);
+    }
+    QTranslator translator;
+    if (translator.load(QStringLiteral("./translations/vna_") + language + QStringLiteral(".qm")))
+    {
+        app.installTranslator(&translator);
+    }
+
+    const QStringList args = app.arguments();
+    for (int i = 1; i < args.size(); ++i)
+    {
+        if (args.at(i) == QLatin1String("--hidden"))
+        {
+            Hidden::Set(true);
+        }
+        else
+        {
+            SysErr::AddSystemError(CommandLineError, QObject::tr("Unknown command line parameter"));
+        }
+    }
+
+    MainWindow window;
+    if (Hidden::Get())
+    {
+        window.hide();
+    }
+    else
+    {
+        window.show();
+    }
+    return app.exec();
+}

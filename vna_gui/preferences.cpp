@@ -1,0 +1,120 @@
+#include "preferences.h"
+
+#include "application_settings.h"
+
+namespace
+{
+std::function<void(KXStyleSheet, bool)>& StyleApplier()
+{
+    static std::function<void(KXStyleSheet, bool)> applier;
+    return applier;
+}
+}  // namespace
+
+Preferences& Preferences::Get()
+{
+    static Preferences prefs;
+    return prefs;
+}
+
+Preferences::Preferences()
+{
+    LoadPreset();
+}
+
+Preferences::~Preferences()
+{
+    if (saveOnClose)
+    {
+        SavePreset();
+    }
+}
+
+void Preferences::SetStyleApplier(std::function<void(KXStyleSheet, bool)> applier)
+{
+    StyleApplier() = std::move(applier);
+}
+
+void Preferences::SetProgramStyle(KXStyleSheet style, bool quiet)
+{
+    programStyle = style;
+    if (StyleApplier())
+    {
+        StyleApplier()(style, quiet);
+    }
+}
+
+namespace
+{
+template <typename S, typename Prefs>
+void Transfer(S& s, Prefs& p, bool load)
+{
+    auto io = [&](const char* key, auto& value) {
+        if (load)
+        {
+            s.Load(QLatin1String(key), value);
+        }
+        else
+        {
+            s.Save(QLatin1String(key), value);
+        }
+    };
+    int powerLevel = p.onPresetPowerLevel;
+    int style = p.programStyle;
+    io("TraceAntialiasing", p.traceAntialiasing);
+    io("TraceThickness", p.traceThickness);
+    io("GraticuleWidth", p.graticuleWidth);
+    io("GraticuleDotted", p.graticuleDotted);
+    io("HighlightActivePlot", p.highlightActivePlot);
+    io("ShowSweepIndicator", p.showSweepIndicator);
+    io("ConfirmPreset", p.confirmPreset);
+    io("ShowStdSelectorOneStd", p.showStdSelectorOneStd);
+    io("OnPresetPowerOn", p.onPresetPowerOn);
+    io("OnPresetPowerLevel", powerLevel);
+    io("FontSize", p.fontSize);
+    io("ControlPanelOrientation", p.controlPanelOrientation);
+    io("ControlPanelsInScreenshotEnabled", p.controlPanelsInScreenshot);
+    io("Language", p.language);
+    io("SCPIPrefs/Enabled", p.scpiEnabled);
+    io("SCPIPrefs/Port", p.scpiPort);
+    io("SCPIPrefs/LockoutDialogEnabled", p.scpiLockoutDialogEnabled);
+    io("SCPIPrefs/LogEnabled", p.scpiLogEnabled);
+    io("SCPIPrefs/LogMaxEntries", p.scpiLogMaxEntries);
+    io("SCPIPrefs/LogMaxMessageLength", p.scpiLogMaxMessageLength);
+    io("SCPIPrefs/LogIsFIFO", p.scpiLogIsFIFO);
+    io("UseFactoryCal", p.useFactoryCal);
+    io("ProgramStyle", style);
+    if (load)
+    {
+        p.onPresetPowerLevel = VNAPowerConfig(powerLevel);
+        p.programStyle = KXStyleSheet(style);
+    }
+}
+}  // namespace
+
+void Preferences::LoadPreset()
+{
+    ApplicationSettings s(GetPreferencesIniPath());
+    s.BeginGroup(QStringLiteral("Preferences"));
+    Transfer(s, *this, true);
+    s.EndGroup();
+    SetDefaultPowerConfig(onPresetPowerLevel);
+    SetProgramStyle(programStyle, true);
+}
+
+void Preferences::SavePreset() const
+{
+    ApplicationSettings s(GetPreferencesIniPath());
+    s.BeginGroup(QStringLiteral("Preferences"));
+    Transfer(s, const_cast<Preferences&>(*this), false);
+    s.EndGroup();
+    s.Sync();
+}
+
+void Preferences::Clear()
+{
+    ApplicationSettings s(GetPreferencesIniPath());
+    s.Clear();
+    s.Sync();
+    saveOnClose = false;
+}

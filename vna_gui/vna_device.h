@@ -1,0 +1,94 @@
+// The only class that talks to the instrument: the run-time bound library, or the demo device
+// that replays a Touchstone file with the instrument's timing.
+#pragma once
+
+#include <QString>
+#include <QVector>
+#include <cstdint>
+#include <vector>
+
+#include "network_parameters.h"
+#include "vna_stimulus.h"
+
+class VnaLib;
+
+enum VNAReference : int32_t
+{
+    VNAReferenceInternal = 0,
+    VNAReferenceExternal = 1
+};
+
+class VNADevice
+{
+public:
+    explicit VNADevice(const VnaLib* library = nullptr);
+
+    bool Connect();
+    bool Connect(int serial);
+    bool ConnectWithHandle(int handle);
+    bool ConnectDemo();
+    bool Disconnect();
+    std::vector<int> GetDeviceList() const;
+
+    bool Connected() const { return connected; }
+    bool IsDemoMode() const { return demoMode; }
+    int Handle() const { return handle; }
+
+    QString GetDeviceName() const;
+    int GetSerialNumber() const;
+    int GetFirmwareVersion() const;
+    QString GetAPIVersion() const;
+    void GetDiagnostics(double& power, double& temperature, double& third,
+                        unsigned int& fourth) const;
+    double GetTemp() const;
+    void SetFanSpeed(double percent);
+    void SetTempThreshold(double degrees);
+    void SetReference(VNAReference reference);
+    void SetGenerator(int port, double freq, int atten);
+    int GetStartFreq() const { return 1; }
+    int GetSweepPoints() const { return 0; }
+
+    bool GetFactoryCalDate(bool& present, unsigned long& date) const;
+    bool ReadFactoryCal(std::vector<unsigned char>& data, int size) const;
+    bool HasFactoryCalOnFlash() const;
+    bool WriteFactoryCal(const std::vector<unsigned char>& data);
+
+    bool Configure(const VNAStimulus& stimulus, bool rfEnabled, bool fwd, bool rev, bool hdr,
+                   bool hdrThru, bool spurDodge);
+    bool ConfigureRecievers(const VNAStimulus& stimulus, int port);
+    void StartSweep(SParametersRaw& record);
+    void GetSweep(SParametersRaw& record);
+    SParametersRaw GetSweep();
+    void GetRecievers(SParametersRaw& record);
+    void GetSweepUpdate(int& fwdPoints, int& revPoints, double& percent);
+    void FinishSweep();
+    void AbortSweep();
+
+    const VNAStimulus& Stimulus() const { return stimulus; }
+    bool FwdEnabled() const { return fwdEnabled; }
+    bool RevEnabled() const { return revEnabled; }
+
+    // One direction of a demo sweep, in whole milliseconds: 201 points take 70 ms.
+    static int DemoSweepTime(int points);
+
+private:
+    void DemoConfigure(double start, double step, int points);
+    void DemoGetSweep(double* const buffers[8]);
+    void DemoBeginSweep(double* const buffers[8]);
+    void DemoGetSweepStatus(int* fwd, int* rev);
+    void DemoFinishSweep();
+    static int64_t NowMs();
+
+    const VnaLib& lib;
+    bool connected = false;
+    int32_t handle = -1;
+    VNAStimulus stimulus;
+    bool fwdEnabled = true;
+    bool revEnabled = false;
+    bool demoMode = false;
+    QVector<double> demoFreqs;
+    SParameters demoData;
+    SParametersRaw demoSweep;
+    int64_t demoStartMs = 0;
+    bool demoFirstPhase = false;
+};

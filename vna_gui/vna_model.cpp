@@ -1,0 +1,458 @@
+#include "vna_model.h"
+
+#include <QDebug>
+#include <QMutexLocker>
+#include <pthread.h>
+
+#include <chrono>
+
+void SetThreadName(std::thread& thread, const char* name)
+{
+    // Linux limits thread names to 15 characters plus the terminator.
+    char shortName[16] = {};
+    strncpy(shortName, name, sizeof(shortName) - 1);
+    pthread_setname_np(thread.native_handle(), shortName);
+}
+
+void SystemSleep(int ms)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+VNAModel::VNAModel(const VnaLib* library, QObject* parent) : QObject(parent), device(library)
+{
+    for (int i = 0; i < kChannelCount; ++i)
+    {
+        channels.append(new VNAChannel(i));
+    }
+    channels[0]->enabled = true;
+}
+
+VNAModel::~VNAModel()
+{
+    MeasStop();
+    DeleteAllTraces();
+    qDeleteAll(channels);
+    channels.clear();
+}
+
+void VNAModel::MeasStart()
+{
+    if (!device.Connected() || measRunning.load())
+    {
+        return;
+    }
+    measRunning.store(true);
+    measThread = std::thread(&VNAModel::MeasThread, this);
+    SetThreadName(measThread, "MeasThread");
+}
+
+void VNAModel::MeasStop()
+{
+    if (!measThread.joinable())
+    {
+        return;
+    }
+    measRunning.store(false);
+    measThread.join();
+}
+
+void VNAModel::RequestReconfigure()
+{
+    reconfigure.store(true, std::memory_order_seq_cst);
+}
+
+int VNAModel::GetNextAvailableChannelIndex() const
+{
+    for (int i = 0; i < channels.size(); ++i)
+    {
+        if (!channels[i]->enabled)
+        {
+            return i;
+        }
+    }
+    return -1;
+}
+
+int VNAModel::GetNextTraceIndex() const
+{
+    for (int i = 0; i < traces.size(); ++i)
+    {
+        if (!traces[i])
+        {
+            return i;
+        }
+    }
+    return traces.size();
+}
+
+VNATrace* VNAModel::InternalCreateTrace(int& index)
+{
+    index = GetNextTraceIndex();
+    if (index >= traces.size())
+    {
+        traces.resize(index + 1);
+    }
+    traces[index] = new VNATrace();
+    return traces[index];
+}
+
+VNATrace* VNAModel::ActiveTrace() const
+{
+    return IsValidTraceIndex(selectedTraceIndex) ? traces[selectedTraceIndex] : nullptr;
+}
+
+void VNAModel::DeleteAllTraces()
+{
+    QMutexLocker lock(&traceLock);
+    qDeleteAll(traces);
+    traces.clear();
+    mapper.Clear();
+    selectedTraceIndex = 0;
+}
+
+void VNAModel::channelPortsEnabled(int channel, bool& fwd, bool& rev)
+{
+    fwd = rev = false;
+    {
+        QMutexLocker lock(&traceLock);
+        for (int t : mapper.GetTracesOnChannel(channel))
+        {
+            const VNATrace* trace = traces.value(t, nullptr);
+            if (!trace)
+            {
+                continue;
+            }
+            if (trace->meas > S21)
+            {
+                rev = true;
+            }
+            else
+            {
+                fwd = true;
+            }
+        }
+    }
+    if (!fwd && !rev)
+    {
+        fwd = true;
+    }
+    const VNACalibration& cal = channels[channel]->calibration;
+    if (cal.CorrectionsLoaded() && Is2PortCal(cal.GetCalType()))
+    {
+        fwd = rev = true;
+    }
+}
+
+void VNAModel::SetTriggerMode(int channel, VNASweepMode::Mode mode)
+{
+    if (!IsValidChannelIndex(channel))
+    {
+        return;
+    }
+    // A press of Single always restarts from the beginning of a sweep.
+    if (mode != VNASweepMode::Continuous)
+    {
+        MeasStop();
+    }
+    if (triggerScopeAllChannels)
+    {
+        for (VNAChannel* c : channels)
+        {
+            c->sweepMode.SetMode(mode);
+        }
+    }
+    else
+    {
+        bool hasActiveTrace;
+        {
+            QMutexLocker lock(&traceLock);
+            hasActiveTrace = ActiveTrace() != nullptr;
+        }
+        if (hasActiveTrace)
+        {
+            channels[channel]->sweepMode.SetMode(mode);
+        }
+    }
+    if (mode != VNASweepMode::Continuous)
+    {
+        MeasStart();
+    }
+}
+
+bool VNAModel::SingleSweepPending() const
+{
+    for (const VNAChannel* c : channels)
+    {
+        if (c->enabled && c->sweepMode.GetMode() == VNASweepMode::Single)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+void VNAModel::UpdateTempSetpoint()
+{
+    if (fanOverrideEnabled)
+    {
+        if (fanOverrideType == 0)
+        {
+            device.SetTempThreshold(fanOverrideSetpoint);
+            fanMode = 0;
+            fanValue = fanOverrideSetpoint;
+        }
+        else
+        {
+            device.SetFanSpeed(fanOverrideSpeed);
+            fanMode = 1;
+            fanValue = fanOverrideSpeed;
+        }
+        return;
+    }
+    // Hold the instrument at the temperature its calibrations were made at.
+    double sum = 0.0;
+    int count = 0;
+    for (const VNAChannel* c : channels)
+    {
+        if (c->enabled && c->calibration.CorrectionsLoaded())
+        {
+            sum += c->calibration.CalibrationTemperature();
+            ++count;
+        }
+    }
+    if (count > 0)
+    {
+        const double mean = sum / count;
+        device.SetTempThreshold(mean);
+        fanMode = 0;
+        fanValue = mean;
+    }
+    else
+    {
+        device.SetFanSpeed(50.0);
+        fanMode = 1;
+        fanValue = 50.0;
+    }
+}
+
+void VNAModel::ReconfigureChannels()
+{
+    UpdateTempSetpoint();
+    {
+        QMutexLocker lock(&traceLock);
+        for (VNATrace* t : traces)
+        {
+            if (t)
+            {
+                t->HoldRestart();
+            }
+        }
+    }
+    for (VNAChannel* c : channels)
+    {
+        if (!c->enabled)
+        {
+            continue;
+        }
+        qDebug() << "Reconfiguring channels";
+        const int n = c->stimulus.points;
+        c->MeasRaw.Resize(n);
+        {
+            QMutexLocker lock(&c->measLock);
+            c->MeasAvg.Resize(n);
+        }
+        c->MeasCal.Resize(n);
+        c->processed.Resize(n);
+        c->calibration.BuildCorrections(c->stimulus);
+        c->factoryCalibration.BuildCorrections(c->stimulus);
+        c->ClearAveraging();
+    }
+    emit updateStatusBarStimulusSignal();
+}
+
+void VNAModel::MeasThread()
+{
+    int lastChannel = -1;
+    bool lastFwd = false, lastRev = false;
+    reconfigure.store(true, std::memory_order_seq_cst);
+    while (measRunning.load())
+    {
+        if (reconfigure.exchange(false, std::memory_order_seq_cst))
+        {
+            ReconfigureChannels();
+            lastChannel = -1;
+        }
+        bool anySwept = false;
+        for (VNAChannel* c : channels)
+        {
+            if (!measRunning.load())
+            {
+                break;
+            }
+            if (SweepChannel(*c, lastChannel, lastFwd, lastRev))
+            {
+                anySwept = true;
+            }
+        }
+        if (!anySwept)
+        {
+            SystemSleep(kDisplayCycleMs);
+        }
+    }
+}
+
+bool VNAModel::SweepChannel(VNAChannel& ch, int& lastChannel, bool& lastFwd, bool& lastRev)
+{
+    if (!ch.enabled)
+    {
+        return false;
+    }
+    const VNASweepMode::Mode mode = ch.sweepMode.GetMode();
+    if (mode != VNASweepMode::Single && mode != VNASweepMode::Continuous)
+    {
+        return false;
+    }
+    // Shares MeasRaw's vectors, so the update still shows the preceding sweep beyond the
+    // position the new sweep has reached.
+    SParametersRaw update = ch.MeasRaw;
+    ch.isImportedS2PData = false;  // live data replaces an import
+
+    bool fwd = false, rev = false;
+    channelPortsEnabled(ch.index, fwd, rev);
+    bool hdr = true;
+    if (ch.calibration.CorrectionsLoaded())
+    {
+        hdr = ch.calibration.GetCalType() != SOLR;
+    }
+    if (ch.index != lastChannel || fwd != lastFwd || rev != lastRev)
+    {
+        device.Configure(ch.stimulus, rfEnabled, fwd, rev, hdr, false, spurReject);
+        lastFwd = fwd;
+        lastRev = rev;
+    }
+    const double sweepTime = ch.stimulus.EstimateSweepTime();
+    emit updateSweepProgressBarVisibilitySignal(sweepTime >= 1.0);
+    ++sweepsStarted;
+    if (sweepTime > kBlockingSweepTime)
+    {
+        ProgressiveSweep(ch, update, fwd, rev);
+    }
+    else
+    {
+        device.GetSweep(ch.MeasRaw);
+        ch.PerformAveraging(ch.MeasRaw);
+        CalcTraces(ch.index);
+        emit updatePlotsSignal();
+    }
+
+    double power = 0.0, temperature = 0.0, third = 0.0;
+    unsigned int fourth = 0;
+    device.GetDiagnostics(power, temperature, third, fourth);
+    emit updateDiagnosticsSignal(power, temperature, third, int(fourth));
+    if (ch.stimulus.avgEnabled)
+    {
+        emit updateAvgLabelSignal();
+    }
+    {
+        QMutexLocker lock(&ch.sweepMode.Lock());
+        if (ch.sweepMode.modeUnlocked() == VNASweepMode::Single)
+        {
+            ch.sweepMode.setModeUnlocked(VNASweepMode::Hold);
+        }
+    }
+    emit updateSweepModeSignal();
+    lastChannel = ch.index;
+    return true;
+}
+
+void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd, bool rev)
+{
+    const int n = ch.stimulus.points;
+    device.StartSweep(ch.MeasRaw);
+    while (!reconfigure.load() && measRunning.load())
+    {
+        SystemSleep(kDisplayCycleMs);
+        int fwdPts = 0, revPts = 0;
+        double percent = 0.0;
+        device.GetSweepUpdate(fwdPts, revPts, percent);
+        emit updateSweepProgressSignal(percent);
+        ch.MeasRaw.positionStart = 0;
+        if (fwd && !rev)
+        {
+            ch.MeasRaw.positionEnd = fwdPts;
+        }
+        else if (fwd && rev)
+        {
+            // A point needs both directions: nothing new shows until reverse data arrive.
+            ch.MeasRaw.positionStart = fwdPts;
+            ch.MeasRaw.positionEnd = revPts;
+        }
+        else
+        {
+            ch.MeasRaw.positionEnd = revPts;
+        }
+        update.PartialCopy(ch.MeasRaw);
+        ch.PerformAveraging(update);
+        CalcTraces(ch.index);
+        emit updatePlotsSignal();
+        if (update.positionEnd == n)
+        {
+            device.FinishSweep();
+            return;
+        }
+    }
+    device.AbortSweep();
+    ch.MeasRaw.ClearPositionOnly();
+    QMutexLocker lock(&ch.measLock);
+    ch.MeasAvg.ClearPositionOnly();
+}
+
+void VNAModel::PrepareChannelData(VNAChannel& ch)
+{
+    if (!ch.isImportedS2PData)
+    {
+        QMutexLocker lock(&ch.measLock);
+        ch.MeasCal = ch.ApplyCorrections(ch.MeasAvg);
+    }
+    ch.processed = ch.MeasCal;
+    if (ch.portExtension.Enabled())
+    {
+        ch.portExtension.ApplyPortExtension(ch.processed, ch.stimulus);
+    }
+    if (ch.deembedding.Enabled())
+    {
+        ch.deembedding.Deembed(ch.processed, ch.stimulus);
+    }
+    if (ch.embedding.Enabled())
+    {
+        ch.embedding.Embed(ch.processed, ch.stimulus);
+    }
+}
+
+void VNAModel::CalcTraces(int channel)
+{
+    if (!IsValidChannelIndex(channel))
+    {
+        return;
+    }
+    QMutexLocker lock(&traceLock);
+    VNAChannel& ch = *channels[channel];
+    const double f0 = ch.stimulus.start;
+    const double df = ch.stimulus.StepSize();
+    bool prepared = false;
+    for (VNATrace* t : traces)
+    {
+        if (!t || t->channel != channel)
+        {
+            continue;
+        }
+        // The corrected and processed data do not depend on the trace: compute them once.
+        if (!prepared)
+        {
+            PrepareChannelData(ch);
+            prepared = true;
+        }
+        t->Calculate(ch.processed, f0, df);
+    }
+}
