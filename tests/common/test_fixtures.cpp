@@ -1,0 +1,70 @@
+#include "test_fixtures.h"
+
+#include <QFile>
+#include <QStandardPaths>
+#include <cmath>
+#include <limits>
+
+namespace testfx
+{
+void IsolateUserFiles()
+{
+    QStandardPaths::setTestModeEnabled(true);
+}
+
+VNAStimulus Stimulus(double start, double stop, int points)
+{
+    VNAStimulus s;
+    s.start = start;
+    s.stop = stop;
+    s.points = points;
+    s.center = (start + stop) / 2.0;
+    s.span = stop - start;
+    return s;
+}
+
+SParameters SmoothSParams(const QVector<double>& freqs)
+{
+    SParameters s;
+    s.Resize(freqs.size());
+    for (int i = 0; i < freqs.size(); ++i)
+    {
+        const double g = freqs[i] / 1e9;
+        s.S11[i] = std::polar(0.1 + 0.02 * std::sin(g), -2.0 * g);
+        s.S21[i] = std::polar(0.9 - 0.01 * g, -7.0 * g + 0.3);
+        s.S12[i] = std::polar(0.9 - 0.01 * g, -7.0 * g + 0.3);
+        s.S22[i] = std::polar(0.2 + 0.01 * std::cos(3 * g), 1.0 - 3.0 * g);
+    }
+    return s;
+}
+
+QString WriteFile(const QTemporaryDir& dir, const QString& name, const QByteArray& contents)
+{
+    const QString path = dir.filePath(name);
+    QFile f(path);
+    if (f.open(QIODevice::WriteOnly))
+    {
+        f.write(contents);
+    }
+    return path;
+}
+
+double MaxDifference(const SParameters& a, const SParameters& b)
+{
+    double worst = 0.0;
+    for (int k = 0; k < 4; ++k)
+    {
+        const CplxVector& x = a.GetSParam(VNATraceMeas(k));
+        const CplxVector& y = b.GetSParam(VNATraceMeas(k));
+        if (x.size() != y.size())
+        {
+            return std::numeric_limits<double>::infinity();
+        }
+        for (int i = 0; i < x.size(); ++i)
+        {
+            worst = std::max(worst, std::abs(x[i] - y[i]));
+        }
+    }
+    return worst;
+}
+}  // namespace testfx

@@ -1,0 +1,28 @@
+// Shared test helpers: an isolated settings/documents location and synthetic measurement data.
+#pragma once
+
+#include <QString>
+#include <QTemporaryDir>
+#include <QVector>
+#include <complex>
+
+#include "network_parameters.h"
+#include "vna_stimulus.h"
+
+namespace testfx
+{
+// Puts QStandardPaths into test mode so no test touches the user's real files.
+void IsolateUserFiles();
+
+// A stimulus with the given linear sweep.
+VNAStimulus Stimulus(double start, double stop, int points);
+
+// A smooth, non-trivial complex response per parameter, for round trips and comparisons.
+SParameters SmoothSParams(const QVector<double>& freqs);
+
+// Writes text to a file in dir and returns its path.
+QString WriteFile(const QTemporaryDir& dir, const QString& name, const QByteArray& contents);
+
+// Largest element-wise |a - b| over all four parameters; infinity when sizes differ.
+double MaxDifference(const SParameters& a, const SParameters& b);
+}  // namespace testfx
