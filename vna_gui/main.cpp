@@ -3,7 +3,6 @@
 #include <QTranslator>
 
 #include "application_settings.h"
-#include "error_log.h"
 #include "mainwindow.h"
 
 int main(int argc, char* argv[])
@@ -25,18 +24,7 @@ int main(int argc, char* argv[])
         app.installTranslator(&translator);
     }
 
-    const QStringList args = app.arguments();
-    for (int i = 1; i < args.size(); ++i)
-    {
-        if (args.at(i) == QLatin1String("--hidden"))
-        {
-            Hidden::Set(true);
-        }
-        else
-        {
-            SysErr::AddSystemError(CommandLineError, QObject::tr("Unknown command line parameter"));
-        }
-    }
+    ApplyCommandLineArguments(app.arguments().mid(1));
 
     MainWindow window;
     if (Hidden::Get())

@@ -21,21 +21,6 @@
 #include "preferences.h"
 #include "vna_plot.h"
 
-namespace
-{
-std::atomic<bool> hiddenFlag{false};
-}
-
-bool Hidden::Get()
-{
-    return hiddenFlag.load();
-}
-
-void Hidden::Set(bool hidden)
-{
-    hiddenFlag.store(hidden);
-}
-
 MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
     : QMainWindow(parent), model(library)
 {

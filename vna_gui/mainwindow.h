@@ -6,6 +6,7 @@
 #include <QVector>
 
 #include "frequency.h"
+#include "preferences.h"
 #include "vna_model.h"
 
 class QAction;
@@ -16,14 +17,6 @@ class QLabel;
 class QProgressBar;
 class VNAPlot;
 class VnaLib;
-
-// Process-wide "--hidden" flag: no window, no questions.
-class Hidden
-{
-public:
-    static bool Get();
-    static void Set(bool hidden);
-};
 
 class MainWindow : public QMainWindow
 {

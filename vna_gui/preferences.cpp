@@ -1,6 +1,10 @@
 #include "preferences.h"
 
+#include <QCoreApplication>
+#include <atomic>
+
 #include "application_settings.h"
+#include "error_log.h"
 
 namespace
 {
@@ -117,4 +121,35 @@ void Preferences::Clear()
     s.Clear();
     s.Sync();
     saveOnClose = false;
+}
+
+namespace
+{
+std::atomic<bool> hiddenFlag{false};
+}
+
+bool Hidden::Get()
+{
+    return hiddenFlag.load();
+}
+
+void Hidden::Set(bool hidden)
+{
+    hiddenFlag.store(hidden);
+}
+
+void ApplyCommandLineArguments(const QStringList& arguments)
+{
+    for (const QString& arg : arguments)
+    {
+        if (arg == QLatin1String("--hidden"))
+        {
+            Hidden::Set(true);
+        }
+        else
+        {
+            SysErr::AddSystemError(CommandLineError, QCoreApplication::translate(
+                                                         "main", "Unknown command line parameter"));
+        }
+    }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 #include <functional>
 
@@ -58,3 +59,15 @@ private:
     Preferences();
     ~Preferences();
 };
+
+// Process-wide "--hidden" flag: no window, no progress dialog, no questions.
+class Hidden
+{
+public:
+    static bool Get();
+    static void Set(bool hidden);
+};
+
+// Applies the program's arguments (without the program name): "--hidden" sets the flag, anything
+// else is recorded as a command-line error and otherwise ignored.
+void ApplyCommandLineArguments(const QStringList& arguments);

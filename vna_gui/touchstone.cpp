@@ -173,7 +173,7 @@ bool LoadS2PFile(const QString& path, bool allowNonLinear, QVector<double>& freq
     while (!file.atEnd())
     {
         const QByteArray raw = file.readLine();
-        line = QString::fromLatin1(raw);
+        line = QString::fromLatin1(raw.constData(), raw.size());
         if (line.endsWith(QLatin1Char('\n')))
         {
             line.chop(1);
