@@ -7,6 +7,7 @@
 #include <QEventLoop>
 #include <QGridLayout>
 #include <QLabel>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QMutexLocker>
 #include <QProgressBar>
@@ -19,6 +20,7 @@
 #include "application_settings.h"
 #include "error_log.h"
 #include "preferences.h"
+#include "scpi_log.h"
 #include "vna_plot.h"
 
 MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
@@ -26,7 +28,7 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
 {
     setWindowTitle(tr("Kestrix Vector Network Analysis Software"));
     ReadFanDefaults();
-    SysErr::Log();  // the error queue exists before anything can fail
+    errorLogDialog = new ErrorLogDialog(*SysErr::Log(), this);
 
     plots.fill(nullptr, VNAModel::kPlotCount);
     model.activeChannelIndex = 0;
@@ -55,6 +57,7 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
         model.mapper.SetPos(0, 0, index);
         model.selectedTraceIndex = index;
     }
+    InitMenuBar();
     BuildStatusBar();
     ConnectModelSignals();
     resize(1200, 760);
@@ -97,6 +100,28 @@ void MainWindow::BuildToolbar()
     progressBar->setMaximumWidth(160);
     progressAction = bar->addWidget(progressBar);
     progressAction->setVisible(false);
+}
+
+void MainWindow::InitMenuBar()
+{
+    QMenu* system = menuBar()->addMenu(tr("System"));
+    QAction* errors = system->addAction(tr("Error Info..."));
+    connect(errors, &QAction::triggered, this, &MainWindow::showErrorLog);
+    QAction* connectAction = system->addAction(tr("Connect Device"));
+    connect(connectAction, &QAction::triggered, this,
+            static_cast<void (MainWindow::*)()>(&MainWindow::connectDevice));
+    QAction* disconnectAction = system->addAction(tr("Disconnect Device"));
+    connect(disconnectAction, &QAction::triggered, this, &MainWindow::disconnectDevice);
+    system->addSeparator();
+    QAction* quit = system->addAction(tr("Exit"));
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+}
+
+void MainWindow::showErrorLog()
+{
+    errorLogDialog->updateList();
+    errorLogDialog->show();
+    errorLogDialog->raise();
 }
 
 void MainWindow::BuildStatusBar()

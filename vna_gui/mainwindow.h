@@ -15,6 +15,7 @@ class QEventLoop;
 class QGridLayout;
 class QLabel;
 class QProgressBar;
+class ErrorLogDialog;
 class VNAPlot;
 class VnaLib;
 
@@ -84,6 +85,7 @@ public slots:
     void holdPressed();
 
     void quickSetupFull2Port(bool skipQuestion);
+    void showErrorLog();
     void updatePlots();
 
 private slots:
@@ -106,6 +108,7 @@ protected:
 private:
     void ReadFanDefaults();
     void BuildToolbar();
+    void InitMenuBar();
     void BuildStatusBar();
     void ConnectModelSignals();
     // Stops the loop, applies an edit to one channel's stimulus, and starts it again.
@@ -116,6 +119,7 @@ private:
 
     VNAModel model;
     QVector<VNAPlot*> plots;
+    ErrorLogDialog* errorLogDialog = nullptr;
     QWidget* plotArea = nullptr;
     QGridLayout* plotGrid = nullptr;
     QAction* spurRejectAction = nullptr;

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QTextStream>
+#include <charconv>
 #include <cmath>
 
 #include "vna_stimulus.h"
@@ -251,6 +252,24 @@ bool LoadS2PFile(const QString& path, bool allowNonLinear, QVector<double>& freq
     return LoadS2PFile(path, allowNonLinear, freqs, data, isS1P, error);
 }
 
+namespace
+{
+// Same text as printf's "%.Nf" (both round correctly), several times faster on large files.
+void AppendFixed(QByteArray& out, double v, int decimals)
+{
+    char buf[400];
+    const auto r = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed, decimals);
+    if (r.ec == std::errc())
+    {
+        out.append(buf, int(r.ptr - buf));
+    }
+    else
+    {
+        out.append(QByteArray::number(v, 'f', decimals));
+    }
+}
+}  // namespace
+
 bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParameters& data,
                   bool asS1P, int port, QString& error)
 {
@@ -273,16 +292,15 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
     out += "!Date:" + QDateTime::currentDateTime().toString(Qt::TextDate).toLatin1() + "\n";
     out += "# GHz S MA R 50\n";
     const double step = stimulus.StepSize();
-    char buf[512];
     auto appendMA = [&](std::complex<double> v) {
-        const int len = std::snprintf(buf, sizeof buf, "%f %f", std::abs(v),
-                                      std::atan2(v.imag(), v.real()) * kRadToDeg);
-        out.append(buf, len);
+        AppendFixed(out, std::abs(v), 6);
+        out += ' ';
+        AppendFixed(out, std::atan2(v.imag(), v.real()) * kRadToDeg, 6);
     };
     for (int i = 0; i < n; ++i)
     {
-        const int len = std::snprintf(buf, sizeof buf, "%.8f ", (step * i + stimulus.start) / 1e9);
-        out.append(buf, len);
+        AppendFixed(out, (step * i + stimulus.start) / 1e9, 8);
+        out += ' ';
         if (asS1P)
         {
             appendMA(port == 0 ? data.S11[i] : data.S22[i]);
