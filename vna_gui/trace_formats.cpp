@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <cmath>
+#include <limits>
 
 double gSystemZ0 = 50.0;
 
@@ -172,11 +173,17 @@ QString traceScaleCouplingToText(VNATraceScaleCoupling coupling)
 double ToLogMag(std::complex<double> v)
 {
     const double re = v.real(), im = v.imag();
+    const double p = re * re + im * im;
+    if (p >= std::numeric_limits<double>::min())
+    {
+        return 10.0 * std::log10(p);
+    }
     if (re == 0.0 && im == 0.0)
     {
         return -200.0;
     }
-    return 10.0 * std::log10(re * re + im * im);
+    // The squares underflow for tiny values; the magnitude itself still has a level.
+    return 20.0 * std::log10(std::hypot(re, im));
 }
 
 double Phase(std::complex<double> v)

@@ -343,6 +343,15 @@ void VNAMarker::LoadPreset(ApplicationSettings& s)
     LoadEnum(s, QStringLiteral("Tracking"), tracking);
 }
 
+QString GetMarkerPosString(const VNAMarker& marker, VNATraceFormat format)
+{
+    if (IsSmithFormat(format))
+    {
+        return GetSmithPosString(marker.x, marker.y, marker.f, format);
+    }
+    return GetMarkerPosString(marker.y, format);
+}
+
 // --- trace -----------------------------------------------------------------------------------
 
 VNATrace::VNATrace()

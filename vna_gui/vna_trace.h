@@ -76,6 +76,9 @@ struct VNAMarker
     void LoadPreset(ApplicationSettings& settings);
 };
 
+// The marker's reading: impedance or admittance in the Smith formats, its Y otherwise.
+QString GetMarkerPosString(const VNAMarker& marker, VNATraceFormat format);
+
 enum VNALimitType : int32_t
 {
     LimitOff = 0,
