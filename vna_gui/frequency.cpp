@@ -117,3 +117,37 @@ bool IsValidFreqString(QString text, Frequency& out)
     out = negative ? Frequency(-f.Get()) : f;
     return true;
 }
+
+QString getShortFrequencyString(double f)
+{
+    const double a = std::fabs(f);
+    if (f == 0.0)
+    {
+        return QString::asprintf("%.0f Hz", f);
+    }
+    if (a >= 1e6)
+    {
+        return QString::asprintf("%.2fM", f / 1e6);
+    }
+    if (a >= 1e5)
+    {
+        return QString::asprintf("%.0fk", f / 1e3);
+    }
+    if (a >= 1e4)
+    {
+        return QString::asprintf("%.1fk", f / 1e3);
+    }
+    if (a >= 1e3)
+    {
+        return QString::asprintf("%.2fk", f / 1e3);
+    }
+    if (a >= 100)
+    {
+        return QString::asprintf("%.0fH", f);
+    }
+    if (a >= 10)
+    {
+        return QString::asprintf("%.1fH", f);
+    }
+    return QString::asprintf("%.2fHz", f);
+}

@@ -37,3 +37,6 @@ Q_DECLARE_METATYPE(Frequency)
 // Parses operator text such as "2.4 GHz", "-10k" or "915" (unit of `out` kept). `out` is written
 // only on success.
 bool IsValidFreqString(QString text, Frequency& out);
+
+// Compact frequency for the status bar, e.g. "20.00M", "1.5k", "0 Hz".
+QString getShortFrequencyString(double f);

@@ -1,26 +1,28 @@
 #include "mainwindow.h"
 
+#include <QAbstractButton>
 #include <QAction>
+#include <QButtonGroup>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDebug>
 #include <QEventLoop>
-#include <QGridLayout>
-#include <QLabel>
-#include <QMenuBar>
+#include <QHBoxLayout>
 #include <QMessageBox>
 #include <QMutexLocker>
 #include <QProgressBar>
-#include <QProgressDialog>
-#include <QStatusBar>
-#include <QToolBar>
-#include <atomic>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
 #include <thread>
 
 #include "application_settings.h"
+#include "control_panels.h"
 #include "error_log.h"
-#include "preferences.h"
+#include "kx_widgets.h"
+#include "multi_plot_splitter_area.h"
 #include "scpi_log.h"
+#include "status_bar.h"
 #include "vna_plot.h"
 
 MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
@@ -39,28 +41,18 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
     }
 
     BuildToolbar();
-    plotArea = new QWidget(this);
-    plotGrid = new QGridLayout(plotArea);
-    plotGrid->setContentsMargins(2, 2, 2, 2);
-    plotGrid->setSpacing(2);
-    setCentralWidget(plotArea);
+    BuildPanels();
 
     const int plot = addPlot();
-    {
-        QMutexLocker lock(&model.traceLock);
-        int index = 0;
-        VNATrace* t = model.InternalCreateTrace(index);
-        t->SetChannel(0);
-        t->SetPlot(plot);
-        t->SetMeas(S11);
-        t->SetFormat(LogMag);
-        model.mapper.SetPos(0, 0, index);
-        model.selectedTraceIndex = index;
-    }
+    CreateTrace(0, plot, S11, LogMag);
+
     InitMenuBar();
-    BuildStatusBar();
+    statusBarWidget = new VNAStatusBar(this);
+    setStatusBar(statusBarWidget);
+    statusBarWidget->ClearStatusBar();
     ConnectModelSignals();
-    resize(1200, 760);
+    setThemeIcons();
+    resize(1400, 860);
 
     UpdateControlPanels();
     ConnectDevice();
@@ -82,58 +74,92 @@ void MainWindow::ReadFanDefaults()
     s.EndGroup();
 }
 
-void MainWindow::BuildToolbar()
+void MainWindow::BuildPanels()
 {
-    QToolBar* bar = addToolBar(tr("Measurement"));
-    bar->setObjectName(QStringLiteral("MainToolbar"));
-    QAction* single = bar->addAction(tr("Single"));
-    QAction* cont = bar->addAction(tr("Continuous"));
-    QAction* hold = bar->addAction(tr("Hold"));
-    connect(single, &QAction::triggered, this, &MainWindow::singlePressed);
-    connect(cont, &QAction::triggered, this, &MainWindow::continuousPressed);
-    connect(hold, &QAction::triggered, this, &MainWindow::holdPressed);
-    spurRejectAction = bar->addAction(tr("Spur Reject"));
-    spurRejectAction->setCheckable(true);
-    connect(spurRejectAction, &QAction::triggered, this, &MainWindow::toggleSpurReject);
-    progressBar = new QProgressBar(bar);
-    progressBar->setRange(0, 100);
-    progressBar->setMaximumWidth(160);
-    progressAction = bar->addWidget(progressBar);
-    progressAction->setVisible(false);
+    static const char* const names[kPanelCount] = {
+        QT_TR_NOOP("Channels"),    QT_TR_NOOP("Trigger"),     QT_TR_NOOP("Stimulus"),
+        QT_TR_NOOP("Calibration"), QT_TR_NOOP("Fixtures"),    QT_TR_NOOP("Traces"),
+        QT_TR_NOOP("Markers"),     QT_TR_NOOP("Math"),        QT_TR_NOOP("Limits"),
+        QT_TR_NOOP("Time Domain"), QT_TR_NOOP("Time Gating"), QT_TR_NOOP("Settings")};
+    channelPanel = new ChannelControlPanel(this);
+    triggerPanel = new TriggerControlPanel(this);
+    stimulusPanel = new StimulusControlPanel(this);
+    tracePanel = new TraceControlPanel(this);
+    mathPanel = new MathPanel(this);
+    settingsPanel = new SettingsPanel(this);
+    panels = {channelPanel,
+              triggerPanel,
+              stimulusPanel,
+              new CalibrationControlPanel(this),
+              new FixtureControlPanel(this),
+              tracePanel,
+              new MarkerControlPanel(this),
+              mathPanel,
+              new LimitLinePanel(this),
+              new TimeDomainPanel(this),
+              new TimeGatingPanel(this),
+              settingsPanel};
+
+    panelStack = new QStackedWidget(this);
+    panelStack->setMinimumWidth(300);
+    panelButtons = new QButtonGroup(this);
+    panelButtons->setExclusive(true);
+    auto* buttonColumn = new QVBoxLayout;
+    buttonColumn->setSpacing(1);
+    for (int i = 0; i < kPanelCount; ++i)
+    {
+        panelStack->addWidget(new ControlPanel(tr(names[i]), panels[i], panelStack));
+        auto* b = new QPushButton(tr(names[i]), this);
+        b->setObjectName(QStringLiteral("NavigationTab"));
+        b->setCheckable(true);
+        panelButtons->addButton(b, i);
+        buttonColumn->addWidget(b);
+    }
+    buttonColumn->addStretch();
+    auto* preset = new QPushButton(tr("Preset"), this);
+    preset->setObjectName(QStringLiteral("PresetTab"));
+    buttonColumn->addWidget(preset);
+    connect(panelButtons, &QButtonGroup::idClicked, this, &MainWindow::panelButtonClicked);
+    connect(preset, &QPushButton::clicked, this, &MainWindow::presetButtonClicked);
+    panelStack->hide();
+
+    plotArea = new ChannelWidget(this);
+    connect(plotArea, &ChannelWidget::plotClosing, this, &MainWindow::plotClosing);
+    auto* central = new QWidget(this);
+    auto* row = new QHBoxLayout(central);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(plotArea, 1);
+    row->addWidget(panelStack);
+    row->addLayout(buttonColumn);
+    setCentralWidget(central);
 }
 
-void MainWindow::InitMenuBar()
+QAbstractButton* MainWindow::PanelButton(int index) const
 {
-    QMenu* system = menuBar()->addMenu(tr("System"));
-    QAction* errors = system->addAction(tr("Error Info..."));
-    connect(errors, &QAction::triggered, this, &MainWindow::showErrorLog);
-    QAction* connectAction = system->addAction(tr("Connect Device"));
-    connect(connectAction, &QAction::triggered, this,
-            static_cast<void (MainWindow::*)()>(&MainWindow::connectDevice));
-    QAction* disconnectAction = system->addAction(tr("Disconnect Device"));
-    connect(disconnectAction, &QAction::triggered, this, &MainWindow::disconnectDevice);
-    system->addSeparator();
-    QAction* quit = system->addAction(tr("Exit"));
-    connect(quit, &QAction::triggered, this, &QWidget::close);
+    return panelButtons->button(index);
 }
 
-void MainWindow::showErrorLog()
+void MainWindow::panelButtonClicked(int index)
 {
-    errorLogDialog->updateList();
-    errorLogDialog->show();
-    errorLogDialog->raise();
-}
-
-void MainWindow::BuildStatusBar()
-{
-    deviceLabel = new QLabel(this);
-    sweepLabel = new QLabel(this);
-    stimulusLabel = new QLabel(this);
-    tempLabel = new QLabel(this);
-    statusBar()->addWidget(deviceLabel);
-    statusBar()->addWidget(sweepLabel);
-    statusBar()->addWidget(stimulusLabel, 1);
-    statusBar()->addPermanentWidget(tempLabel);
+    if (panelStack->isVisible() && panelStack->currentIndex() == index)
+    {
+        // A second click on the open panel collapses the column.
+        panelStack->hide();
+        panelButtons->setExclusive(false);
+        for (QAbstractButton* b : panelButtons->buttons())
+        {
+            b->setChecked(false);
+        }
+        panelButtons->setExclusive(true);
+        return;
+    }
+    panelStack->setCurrentIndex(index);
+    panelStack->show();
+    panelButtons->button(index)->setChecked(true);
+    if (auto* p = qobject_cast<PanelBase*>(panels.value(index)))
+    {
+        p->UpdateControls();
+    }
 }
 
 void MainWindow::ConnectModelSignals()
@@ -196,24 +222,21 @@ void MainWindow::ConnectDeviceBySerialInThread(int serial, QEventLoop* loop)
     loop->exit(0);
 }
 
-void MainWindow::ShowDeviceInStatusBar(const QString& name)
+void MainWindow::ShowDevice(const QString& name)
 {
-    deviceLabel->setText(QStringLiteral("%1  SN %2  FW %3")
-                             .arg(name)
-                             .arg(model.device.GetSerialNumber())
-                             .arg(model.device.GetFirmwareVersion()));
+    statusBarWidget->SetDeviceName(name);
+    statusBarWidget->SetDeviceSerial(model.device.GetSerialNumber(),
+                                     model.device.GetFirmwareVersion());
     double power = 0.0, temperature = 0.0, third = 0.0;
     unsigned int fourth = 0;
     model.device.GetDiagnostics(power, temperature, third, fourth);
     updateDiagnosticsSlot(power, temperature, third, int(fourth));
-    updateSweepModeSlot();
+    statusBarWidget->SetContLabel(2);
 }
 
 bool MainWindow::ConnectDevice()
 {
-    QProgressDialog progress(tr("Connecting Device"), QString(), 0, 0, this);
-    progress.setWindowTitle(tr("Connecting Device"));
-    progress.setMinimumDuration(0);
+    KXProgressDialog progress(tr("Connecting Device"), this);
     if (!Hidden::Get())
     {
         progress.reset();
@@ -238,11 +261,9 @@ bool MainWindow::ConnectDevice()
         {
             return false;
         }
-        const auto answer = QMessageBox::question(
-            this, tr("Device Status"),
-            tr("No Kestrix VNA was detected.\n\nWould you like to launch the demo device?"),
-            QMessageBox::Yes | QMessageBox::No);
-        if (answer != QMessageBox::Yes)
+        if (!ShowMessageBoxQuestion(
+                this, tr("Device Status"),
+                tr("No Kestrix VNA was detected.\n\nWould you like to launch the demo device?")))
         {
             return false;
         }
@@ -258,7 +279,7 @@ bool MainWindow::ConnectDevice()
         name = tr("Demo Device");
         demo = true;
     }
-    ShowDeviceInStatusBar(name);
+    ShowDevice(name);
     MeasStart();
     if (demo)
     {
@@ -286,7 +307,7 @@ bool MainWindow::ConnectDevice(int serial)
         }
         return false;
     }
-    ShowDeviceInStatusBar(model.device.GetDeviceName());
+    ShowDevice(model.device.GetDeviceName());
     MeasStart();
     return true;
 }
@@ -297,6 +318,7 @@ void MainWindow::DisconnectDevice()
     model.device.SetFanSpeed(50.0);
     model.device.Disconnect();
     PresetInstrumentState(true, false);
+    statusBarWidget->ClearStatusBar();
     updatePlots();
 }
 
@@ -326,7 +348,10 @@ void MainWindow::stimulusUpdated()
 void MainWindow::setSpurReject(bool enabled)
 {
     model.spurReject = enabled;
-    spurRejectAction->setChecked(enabled);
+    if (spurRejectAction)
+    {
+        spurRejectAction->setChecked(enabled);
+    }
     model.RequestReconfigure();
     UpdateControlPanels();
 }
@@ -341,6 +366,7 @@ void MainWindow::stimRFOutChanged(bool enabled)
     MeasStop();
     model.rfEnabled = enabled;
     MeasStart();
+    UpdateControlPanels();
 }
 
 void MainWindow::setReference(VNAReference reference)
@@ -349,10 +375,19 @@ void MainWindow::setReference(VNAReference reference)
     model.reference = reference;
     model.device.SetReference(reference);
     MeasStart();
+    UpdateControlPanels();
 }
 
-template <typename Edit>
-void MainWindow::EditStimulus(int channel, Edit edit)
+void MainWindow::systemZ0Changed(double ohms)
+{
+    if (ohms > 0.0)
+    {
+        gSystemZ0 = ohms;
+    }
+    UpdateAll();
+}
+
+void MainWindow::EditStimulus(int channel, const std::function<void(VNAStimulus&)>& edit)
 {
     if (!model.IsValidChannelIndex(channel))
     {
@@ -399,6 +434,21 @@ void MainWindow::stimIFBWChanged(int channel, double hz)
     EditStimulus(channel, [&](VNAStimulus& s) { s.EditIFBW(hz); });
 }
 
+void MainWindow::stimPowerConfigChanged(int channel, int config)
+{
+    EditStimulus(channel, [&](VNAStimulus& s) { s.powerConfig = VNAPowerConfig(config); });
+}
+
+void MainWindow::stimManualAttenChanged(int channel, double db)
+{
+    EditStimulus(channel, [&](VNAStimulus& s) { s.EditManualAtten(db); });
+}
+
+void MainWindow::stimManualPowerChanged(int channel, double dbm)
+{
+    EditStimulus(channel, [&](VNAStimulus& s) { s.EditManualPower(dbm); });
+}
+
 void MainWindow::stimAvgEnabledChanged(int channel, bool enabled)
 {
     EditStimulus(channel, [&](VNAStimulus& s) { s.avgEnabled = enabled; });
@@ -407,6 +457,14 @@ void MainWindow::stimAvgEnabledChanged(int channel, bool enabled)
 void MainWindow::stimAvgCountChanged(int channel, int count)
 {
     EditStimulus(channel, [&](VNAStimulus& s) { s.avgCount = count; });
+}
+
+void MainWindow::stimRestartAvg(int channel)
+{
+    if (model.IsValidChannelIndex(channel))
+    {
+        model.channels[channel]->ClearAveraging();
+    }
 }
 
 void MainWindow::triggerSweepModeChanged(int channel, int mode)
@@ -426,7 +484,13 @@ void MainWindow::_triggerSweepModeChangedHelper(int channel, int mode)
         return;
     }
     model.SetTriggerMode(channel, VNASweepMode::Mode(mode));
-    updateSweepModeSlot();
+    statusBarWidget->SetContLabel(mode);
+    triggerPanel->UpdateControls();
+}
+
+void MainWindow::triggerScopeChanged(bool allChannels)
+{
+    model.triggerScopeAllChannels = allChannels;
 }
 
 void MainWindow::singlePressed()
@@ -441,128 +505,12 @@ void MainWindow::continuousPressed()
     emit model.updateSweepModeSignal();
 }
 
-void MainWindow::holdPressed()
-{
-    triggerSweepModeChanged(model.activeChannelIndex, VNASweepMode::Hold);
-}
-
 void MainWindow::WaitForOPC()
 {
     while (model.SingleSweepPending())
     {
         QCoreApplication::processEvents();
     }
-}
-
-// ---------------------------------------------------------------------------------------------
-// Plots and setups
-
-int MainWindow::GetNextPlotNumber() const
-{
-    for (int i = 0; i < plots.size(); ++i)
-    {
-        if (!plots[i])
-        {
-            return i;
-        }
-    }
-    return -1;
-}
-
-int MainWindow::GetVisiblePlots() const
-{
-    int n = 0;
-    for (const VNAPlot* p : plots)
-    {
-        n += p ? 1 : 0;
-    }
-    return n;
-}
-
-int MainWindow::addPlot()
-{
-    const int number = GetNextPlotNumber();
-    if (number < 0)
-    {
-        return -1;
-    }
-    auto* plot = new VNAPlot(model, number, plotArea);
-    plots[number] = plot;
-    const int visible = GetVisiblePlots() - 1;
-    plotGrid->addWidget(plot, visible / 2, visible % 2);
-    return number;
-}
-
-void MainWindow::PresetInstrumentState(bool createDefault, bool restart)
-{
-    MeasStop();
-    model.DeleteAllTraces();
-    for (VNAPlot*& p : plots)
-    {
-        delete p;
-        p = nullptr;
-    }
-    for (VNAChannel* c : model.channels)
-    {
-        c->LoadDefaults();
-    }
-    if (createDefault)
-    {
-        model.activeChannelIndex = 0;
-        model.channels[0]->enabled = true;
-        const int plot = addPlot();
-        QMutexLocker lock(&model.traceLock);
-        int index = 0;
-        VNATrace* t = model.InternalCreateTrace(index);
-        t->SetChannel(0);
-        t->SetPlot(plot);
-        t->SetMeas(S11);
-        t->SetFormat(LogMag);
-        model.mapper.SetPos(0, 0, index);
-        model.selectedTraceIndex = index;
-    }
-    model.rfEnabled = Preferences::Get().onPresetPowerOn;
-    model.markerCoupling = 1;
-    model.reference = VNAReferenceInternal;
-    model.triggerScopeAllChannels = false;
-    model.scaleCoupling = 0;
-    model.spurReject = false;
-    UpdateControlPanels();
-    if (restart)
-    {
-        MeasStart();
-    }
-}
-
-void MainWindow::quickSetupFull2Port(bool skipQuestion)
-{
-    if (!skipQuestion &&
-        QMessageBox::question(this, tr("Question"),
-                              tr("The current measurement setup will be replaced. Continue?"),
-                              QMessageBox::Yes | QMessageBox::No) != QMessageBox::Yes)
-    {
-        return;
-    }
-    PresetInstrumentState(false, false);
-    model.activeChannelIndex = 0;
-    model.channels[0]->enabled = true;
-    const int plot = addPlot();
-    {
-        QMutexLocker lock(&model.traceLock);
-        for (int m = S11; m <= S22; ++m)
-        {
-            int index = 0;
-            VNATrace* t = model.InternalCreateTrace(index);
-            t->SetChannel(0);
-            t->SetPlot(plot);
-            t->SetMeas(VNATraceMeas(m));
-            t->SetFormat(LogMag);
-            model.mapper.SetPos(0, model.mapper.GetNextAvailablePos(0), index);
-        }
-        model.selectedTraceIndex = 0;
-    }
-    UpdateAll();
-    MeasStart();
 }
 
 void MainWindow::UpdateAll()
@@ -584,6 +532,13 @@ void MainWindow::UpdateAll(int channel)
 
 void MainWindow::UpdateControlPanels()
 {
+    for (QWidget* w : panels)
+    {
+        if (auto* p = qobject_cast<PanelBase*>(w))
+        {
+            p->UpdateControls();
+        }
+    }
     if (spurRejectAction)
     {
         spurRejectAction->setChecked(model.spurReject);
@@ -612,46 +567,70 @@ void MainWindow::updateControlsSlot()
 
 void MainWindow::updateSweepModeSlot()
 {
-    const VNAChannel* c = model.ActiveChannel();
-    if (c && sweepLabel)
+    triggerPanel->UpdateControls();
+    if (const VNAChannel* c = model.ActiveChannel())
     {
-        static const char* const names[] = {QT_TR_NOOP("Hold"), QT_TR_NOOP("Single"),
-                                            QT_TR_NOOP("Continuous")};
-        sweepLabel->setText(tr(names[c->sweepMode.GetMode()]));
+        statusBarWidget->SetContLabel(c->sweepMode.GetMode());
     }
 }
 
 void MainWindow::updateStatusBarStimulusSlot()
 {
     const VNAChannel* c = model.ActiveChannel();
-    if (!c || !stimulusLabel)
+    if (!c || !statusBarWidget)
     {
         return;
     }
-    const VNAStimulus& s = c->stimulus;
-    stimulusLabel->setText(tr("%1   Start %2   Stop %3   Points %4   IFBW %5")
-                               .arg(c->Name(), Frequency(s.start).GetFreqString(),
-                                    Frequency(s.stop).GetFreqString())
-                               .arg(s.points)
-                               .arg(Frequency(s.ifbw).GetFreqString()));
+    statusBarWidget->SetChannel(c->GetShortName());
+    int current = 0;
+    {
+        QMutexLocker lock(&c->measLock);
+        current = c->avgCurrent;
+    }
+    statusBarWidget->SetBandwidth(c->stimulus.ifbw, c->stimulus.avgEnabled, c->stimulus.avgCount,
+                                  current);
+    statusBarWidget->SetReference(model.reference);
+    const VNACalibration& cal = c->calibration;
+    QString label;
+    if (cal.CorrectionsLoaded())
+    {
+        if (!c->calibrationEnabled)
+        {
+            label = tr("Cal:Disabled");
+        }
+        else if (c->IsFullyCorrected())
+        {
+            label = Is2PortCal(cal.GetCalType()) ? tr("Cal:Full 2-Port") : tr("Cal:Full 1-Port");
+        }
+        else if (c->IsInterpolating())
+        {
+            label = tr("Cal:Interpolated");
+        }
+        else
+        {
+            label = tr("Cal:Changed");
+        }
+    }
+    else if (c->factoryCalibration.CorrectionsLoaded())
+    {
+        label = Preferences::Get().useFactoryCal ? tr("Cal:Factory") : tr("Cal:Factory (Disabled)");
+    }
+    else
+    {
+        label = tr("Cal:None");
+    }
+    statusBarWidget->SetCalibrationLabel(label);
 }
 
-void MainWindow::updateDiagnosticsSlot(double, double temperature, double, int fourth)
+void MainWindow::updateDiagnosticsSlot(double power, double temperature, double third, int fourth)
 {
-    if (!tempLabel)
-    {
-        return;
-    }
     // Warm-up, or a regulated temperature that has left its setpoint.
-    bool warn = (fourth < 1200 && temperature < 40.0);
+    bool warn = (unsigned(fourth) < 1200u && temperature < 40.0);
     if (!warn && model.fanMode.load() == 0)
     {
         warn = std::abs(temperature - model.fanValue.load()) > 2.0;
     }
-    tempLabel->setText(QString::asprintf("%.1f \u00b0C", temperature));
-    tempLabel->setStyleSheet(warn && model.device.Connected() && !model.device.IsDemoMode()
-                                 ? QStringLiteral("color: orange;")
-                                 : QString());
+    statusBarWidget->SetDiagnostics(power, temperature, third, warn);
 }
 
 void MainWindow::updateAvgLabelSlot()
@@ -677,19 +656,20 @@ void MainWindow::updateSweepProgressBarVisibilitySlot(bool visible)
 
 void MainWindow::threadShowMessageBoxSlot(const QString& title, const QString& text)
 {
-    if (!Hidden::Get())
-    {
-        QMessageBox::warning(this, title, text);
-    }
+    ShowMessageBoxWarning(this, title, text);
+}
+
+void MainWindow::showErrorInfo()
+{
+    errorLogDialog->updateList();
+    errorLogDialog->show();
+    errorLogDialog->raise();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     MeasStop();
     DisconnectDevice();
-    if (Preferences::Get().SaveOnClose())
-    {
-        // Window state is saved here once instrument state files exist.
-    }
+    // Window state is saved here once instrument state files exist.
     event->accept();
 }

@@ -1,32 +1,53 @@
 // The coordinator: owns the measurement model and the interface, and is the one way in for every
-// change an operator or a remote client makes.
+// change an operator or a remote client makes. Implemented over several files by concern:
+// mainwindow.cpp (life cycle and device), mainwindow_channels.cpp (channels, plots, setups),
+// mainwindow_traces.cpp (trace settings), mainwindow_menus.cpp (menus, toolbar, status bar).
 #pragma once
 
 #include <QMainWindow>
 #include <QVector>
+#include <functional>
 
 #include "frequency.h"
 #include "preferences.h"
 #include "vna_model.h"
 
+class QAbstractButton;
 class QAction;
+class QButtonGroup;
 class QCloseEvent;
 class QEventLoop;
-class QGridLayout;
-class QLabel;
+class QMenu;
 class QProgressBar;
+class QStackedWidget;
+class ChannelWidget;
 class ErrorLogDialog;
 class VNAPlot;
+class VNAStatusBar;
 class VnaLib;
+
+class ChannelControlPanel;
+class TriggerControlPanel;
+class StimulusControlPanel;
+class TraceControlPanel;
+class MathPanel;
+class SettingsPanel;
 
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
 public:
+    static constexpr int kPanelCount = 12;
+
     explicit MainWindow(QWidget* parent = nullptr, const VnaLib* library = nullptr);
     ~MainWindow() override;
 
     VNAModel& Model() { return model; }
+    VNAStatusBar* StatusBar() const { return statusBarWidget; }
+    QStackedWidget* PanelStack() const { return panelStack; }
+    QAbstractButton* PanelButton(int index) const;
+    QWidget* Panel(int index) const { return panels.value(index, nullptr); }
+    VNAPlot* Plot(int number) const { return plots.value(number, nullptr); }
 
     // --- device -----------------------------------------------------------------------------
     bool ConnectDevice();
@@ -52,19 +73,30 @@ public:
     // --- channels, traces, plots ------------------------------------------------------------
     int addPlot();
     void PresetInstrumentState(bool createDefault, bool restart);
+    void Preset(bool confirm);
     int GetNextPlotNumber() const;
     int GetVisiblePlots() const;
+    int GetNextAvailableChannelIndex() const { return model.GetNextAvailableChannelIndex(); }
+    // Creates a trace on a channel and plot at the channel's next free place; returns its index.
+    int CreateTrace(int channel, int plot, VNATraceMeas meas, VNATraceFormat format);
+    // Reads a Touchstone file into the next free channel, in hold; false with a message.
+    bool ImportSNPFile(const QString& path);
+    int ActiveTraceIndex() const { return model.selectedTraceIndex; }
 
 public slots:
     void connectDevice();
     void connectDevice(QAction* action);
     void disconnectDevice();
+    void populateConnectMenu();
 
     void stimulusUpdated();
     void setSpurReject(bool enabled);
     void toggleSpurReject();
     void stimRFOutChanged(bool enabled);
     void setReference(VNAReference reference);
+    void setInternalReference() { setReference(VNAReferenceInternal); }
+    void setExternalReference() { setReference(VNAReferenceExternal); }
+    void systemZ0Changed(double ohms);
 
     // Stimulus edits of one channel; out-of-range values are clamped silently.
     void stimStartFreqChanged(int channel, Frequency f);
@@ -74,19 +106,77 @@ public slots:
     void stimStepChanged(int channel, Frequency f);
     void stimPointsChanged(int channel, int points);
     void stimIFBWChanged(int channel, double hz);
+    void stimPowerConfigChanged(int channel, int config);
+    void stimManualAttenChanged(int channel, double db);
+    void stimManualPowerChanged(int channel, double dbm);
     void stimAvgEnabledChanged(int channel, bool enabled);
     void stimAvgCountChanged(int channel, int count);
+    void stimRestartAvg(int channel);
 
     void triggerSweepModeChanged(int channel, int mode);
     void triggerSweepModeChanged(int mode);
     void _triggerSweepModeChangedHelper(int channel, int mode);
+    void triggerScopeChanged(bool allChannels);
     void singlePressed();
     void continuousPressed();
-    void holdPressed();
 
-    void quickSetupFull2Port(bool skipQuestion);
-    void showErrorLog();
+    // Channels and plots.
+    void addChannelTracePressed();
+    void addChannelTraceWindowPressed();
+    void channelCopy(int channel);
+    void channelCopy();
+    void deleteChannel(int channel);
+    void deleteChannel(QAction* action);
+    void channelSelected(int channel);
+    void plotClosing(int plot);
+    void addPlotPressed();
+    void presetButtonClicked();
+    void quickSetupS11();
+    void quickSetupS21();
+    void quickSetupFull2Port(bool skipQuestion = false);
+    void importSNP();
+    void exportSNP();
     void updatePlots();
+
+    // Traces.
+    void addTrace();
+    void traceSelected(int index);
+    void traceDelete(int index);
+    void traceDeleteAll();
+    void traceChannelChanged(int channel);
+    void tracePlotChanged(int plot);
+    void traceMeasChanged(int meas);
+    void traceFormatChanged(int format);
+    void traceHoldChanged(int hold);
+    void traceHoldRestart();
+    void traceRefChanged(double value);
+    void traceDivChanged(double value);
+    void traceRefPosChanged(double value);
+    void traceAutoScale();
+    void traceAutoScaleAll();
+    void traceDefaultScale();
+    void traceDefaultScaleAll();
+    void traceScaleCouplingChanged(int coupling);
+    void traceUseNameChanged(bool use);
+    void traceNameChanged(const QString& name);
+    void traceExport();
+    void traceStoreMem();
+    void traceMathOpChanged(int op);
+    void traceMathInterpolateChanged(bool enabled);
+    void traceShowMemTraceChanged(bool show);
+    void traceSmoothEnabledChanged(bool enabled);
+    void traceSmoothAperatureChanged(double percent);
+    void traceStatsEnabledChanged(bool enabled);
+    void traceStatsAutoRangeChanged(bool enabled);
+    void traceStatsStartChanged(Frequency f);
+    void traceStatsStopChanged(Frequency f);
+    void traceElecDelayChanged(double seconds);
+    void traceMagOffsetChanged(double db);
+    void traceMagSlopeChanged(double dbPerGHz);
+    void tracePhaseOffsetChanged(double degrees);
+
+    void panelButtonClicked(int index);
+    void showErrorInfo();
 
 private slots:
     void updateControlsSlot();
@@ -98,6 +188,7 @@ private slots:
     void updateSweepProgressSlot(double percent);
     void updateSweepProgressBarVisibilitySlot(bool visible);
     void threadShowMessageBoxSlot(const QString& title, const QString& text);
+    void aboutToShowChannelMenu();
 
 signals:
     void threadShowMessageBoxSignal(const QString& title, const QString& text);
@@ -108,26 +199,41 @@ protected:
 private:
     void ReadFanDefaults();
     void BuildToolbar();
+    void BuildPanels();
     void InitMenuBar();
-    void BuildStatusBar();
+    void setThemeIcons();
     void ConnectModelSignals();
-    // Stops the loop, applies an edit to one channel's stimulus, and starts it again.
-    template <typename Edit>
-    void EditStimulus(int channel, Edit edit);
     void LoadFactoryCalInThread();
-    void ShowDeviceInStatusBar(const QString& name);
+    void ShowDevice(const QString& name);
+    void ResetToDefaultTrace();
+    // Stops the loop, applies an edit to one channel's stimulus, and starts it again.
+    void EditStimulus(int channel, const std::function<void(VNAStimulus&)>& edit);
+    // Applies an edit to the active trace under the trace lock, then recalculates its channel.
+    void EditActiveTrace(const std::function<void(VNATrace&)>& edit);
+    // Scale edits flow from the active trace to the traces the coupling reaches.
+    void EditActiveScale(const std::function<void(VNATrace&)>& edit);
+    // Destroys the traces on a plot and empties its slot; the caller holds no lock.
+    void RemovePlot(int plot);
 
     VNAModel model;
     QVector<VNAPlot*> plots;
+    ChannelWidget* plotArea = nullptr;
+    QStackedWidget* panelStack = nullptr;
+    QButtonGroup* panelButtons = nullptr;
+    QVector<QWidget*> panels;
+    ChannelControlPanel* channelPanel = nullptr;
+    TriggerControlPanel* triggerPanel = nullptr;
+    StimulusControlPanel* stimulusPanel = nullptr;
+    TraceControlPanel* tracePanel = nullptr;
+    MathPanel* mathPanel = nullptr;
+    SettingsPanel* settingsPanel = nullptr;
     ErrorLogDialog* errorLogDialog = nullptr;
-    QWidget* plotArea = nullptr;
-    QGridLayout* plotGrid = nullptr;
+    VNAStatusBar* statusBarWidget = nullptr;
+    QMenu* connectMenu = nullptr;
+    QMenu* deleteChannelMenu = nullptr;
+    QMenu* activeChannelMenu = nullptr;
     QAction* spurRejectAction = nullptr;
     QAction* progressAction = nullptr;
     QProgressBar* progressBar = nullptr;
-    QLabel* deviceLabel = nullptr;
-    QLabel* sweepLabel = nullptr;
-    QLabel* stimulusLabel = nullptr;
-    QLabel* tempLabel = nullptr;
-    bool closing = false;
+    QVector<QAction*> iconActions;
 };

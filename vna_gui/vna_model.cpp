@@ -86,6 +86,18 @@ int VNAModel::GetNextTraceIndex() const
     return traces.size();
 }
 
+int VNAModel::GetFirstTraceIndex() const
+{
+    for (int i = 0; i < traces.size(); ++i)
+    {
+        if (traces[i])
+        {
+            return i;
+        }
+    }
+    return 0;
+}
+
 VNATrace* VNAModel::InternalCreateTrace(int& index)
 {
     index = GetNextTraceIndex();

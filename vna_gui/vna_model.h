@@ -60,6 +60,8 @@ public:
     bool IsValidTraceIndex(int index) const { return index >= 0 && index < traces.size(); }
     int GetNextAvailableChannelIndex() const;
     int GetNextTraceIndex() const;
+    // The first existing trace, or 0 when there is none; the caller holds traceLock.
+    int GetFirstTraceIndex() const;
     // Creates a trace in the first free entry of the list; the caller holds traceLock.
     VNATrace* InternalCreateTrace(int& index);
     // The selected trace, or null; the caller holds traceLock.

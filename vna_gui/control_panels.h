@@ -1,0 +1,238 @@
+// The twelve control panels. A panel holds no model state: UpdateControls() reads the model and
+// sets the controls without signalling, and every edit calls one MainWindow operation.
+#pragma once
+
+#include <QDialog>
+#include <QLabel>
+#include <QWidget>
+
+class MainWindow;
+class KXComboBox;
+class KXLineEdit;
+class KXPushButton;
+class QCheckBox;
+class QFormLayout;
+class QLabel;
+class QRadioButton;
+class QVBoxLayout;
+
+// The small heading of a panel.
+class TitleBar : public QLabel
+{
+    Q_OBJECT
+public:
+    explicit TitleBar(const QString& title, QWidget* parent = nullptr);
+};
+
+// Wraps one panel under its title.
+class ControlPanel : public QWidget
+{
+    Q_OBJECT
+public:
+    ControlPanel(const QString& title, QWidget* content, QWidget* parent = nullptr);
+    QWidget* Content() const { return content; }
+
+private:
+    QWidget* content;
+};
+
+class PanelBase : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit PanelBase(MainWindow* window);
+    virtual void UpdateControls() {}
+
+protected:
+    QFormLayout* Form();
+    QVBoxLayout* Column() const { return column; }
+    MainWindow* w;
+
+private:
+    QVBoxLayout* column;
+    QFormLayout* form = nullptr;
+};
+
+class ChannelControlPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    explicit ChannelControlPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    KXComboBox* active;
+};
+
+class TriggerControlPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    explicit TriggerControlPanel(MainWindow* window);
+    void UpdateControls() override;
+    bool GetTriggerScopeAllChannels() const;
+    void SetTriggerScopeAllChannels(bool all);
+
+private:
+    KXComboBox* active;
+    QRadioButton* hold;
+    QRadioButton* single;
+    QRadioButton* continuous;
+    QRadioButton* scopeAll;
+    QRadioButton* scopeActive;
+};
+
+class StimulusControlPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    explicit StimulusControlPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    int Channel() const;
+    KXComboBox* sweepType;
+    KXLineEdit* start;
+    KXLineEdit* stop;
+    KXLineEdit* step;
+    KXLineEdit* center;
+    KXLineEdit* span;
+    KXLineEdit* points;
+    KXLineEdit* ifbw;
+    QCheckBox* rfOut;
+    KXComboBox* power;
+    KXLineEdit* manualAtten;
+    KXLineEdit* manualPower;
+    QCheckBox* avgEnabled;
+    KXLineEdit* avgCount;
+    KXPushButton* restartAvg;
+};
+
+class TraceControlPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    explicit TraceControlPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    KXComboBox* trace;
+    KXComboBox* channel;
+    KXComboBox* plot;
+    KXComboBox* meas;
+    KXComboBox* format;
+    KXComboBox* hold;
+    KXLineEdit* ref;
+    KXLineEdit* div;
+    KXLineEdit* refPos;
+    KXComboBox* coupling;
+    QCheckBox* useName;
+    KXLineEdit* name;
+};
+
+class MathPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    explicit MathPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    QLabel* memState;
+    KXComboBox* mathOp;
+    QCheckBox* interpolate;
+    QCheckBox* showMem;
+    QCheckBox* smooth;
+    KXLineEdit* aperture;
+    QCheckBox* statsEnabled;
+    QCheckBox* autoRange;
+    KXLineEdit* rangeStart;
+    KXLineEdit* rangeStop;
+    KXLineEdit* delay;
+    KXLineEdit* magOffset;
+    KXLineEdit* magSlope;
+    KXLineEdit* phaseOffset;
+};
+
+class SettingsPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    explicit SettingsPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    KXComboBox* reference;
+    KXLineEdit* z0;
+    QCheckBox* spurReject;
+};
+
+// Panels of features still to come: their controls stand ready but disabled.
+class PendingControlsPanel : public PanelBase
+{
+    Q_OBJECT
+public:
+    PendingControlsPanel(MainWindow* window, const QStringList& controls);
+};
+
+class CalibrationControlPanel : public PendingControlsPanel
+{
+    Q_OBJECT
+public:
+    explicit CalibrationControlPanel(MainWindow* window);
+};
+
+class FixtureControlPanel : public PendingControlsPanel
+{
+    Q_OBJECT
+public:
+    explicit FixtureControlPanel(MainWindow* window);
+};
+
+class MarkerControlPanel : public PendingControlsPanel
+{
+    Q_OBJECT
+public:
+    explicit MarkerControlPanel(MainWindow* window);
+};
+
+class LimitLinePanel : public PendingControlsPanel
+{
+    Q_OBJECT
+public:
+    explicit LimitLinePanel(MainWindow* window);
+};
+
+class TimeDomainPanel : public PendingControlsPanel
+{
+    Q_OBJECT
+public:
+    explicit TimeDomainPanel(MainWindow* window);
+};
+
+class TimeGatingPanel : public PendingControlsPanel
+{
+    Q_OBJECT
+public:
+    explicit TimeGatingPanel(MainWindow* window);
+};
+
+// Asks for the channel, the measurements, the plot and the format of new traces.
+class NewTraceDialog : public QDialog
+{
+    Q_OBJECT
+public:
+    NewTraceDialog(int plot, const QVector<int>& plotNumbers, int channelCount, int activeChannel,
+                   QWidget* parent = nullptr);
+
+    int Channel() const;
+    QVector<int> MeasList() const;
+    int Plot() const;  // -1: create in a new plot
+    int Format() const;
+
+private:
+    KXComboBox* channel;
+    QCheckBox* meas[4];
+    KXComboBox* plot;
+    KXComboBox* format;
+};

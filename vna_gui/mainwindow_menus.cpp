@@ -1,0 +1,169 @@
+// MainWindow: menu bar, toolbar and theme icons.
+#include <QAction>
+#include <QFontMetrics>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMutexLocker>
+#include <QProgressBar>
+#include <QToolBar>
+
+#include "mainwindow.h"
+
+namespace
+{
+// Toolbar actions and the icon file each shows.
+struct ToolbarEntry
+{
+    const char* text;
+    const char* icon;
+};
+}  // namespace
+
+void MainWindow::BuildToolbar()
+{
+    QToolBar* bar = addToolBar(tr("Toolbar"));
+    bar->setObjectName(QStringLiteral("MainToolbar"));
+    bar->setIconSize(QSize(24, 24));
+    auto add = [&](const char* text, const char* icon) {
+        QAction* a = bar->addAction(tr(text));
+        a->setData(QString::fromLatin1(icon));
+        iconActions.append(a);
+        return a;
+    };
+    QAction* save = add(QT_TR_NOOP("Save Instrument State"), "save");
+    QAction* load = add(QT_TR_NOOP("Load Instrument State"), "load");
+    save->setEnabled(false);  // instrument state files arrive with their own feature
+    load->setEnabled(false);
+    bar->addSeparator();
+    connect(add(QT_TR_NOOP("Add Trace"), "add_trace"), &QAction::triggered, this,
+            &MainWindow::addTrace);
+    connect(add(QT_TR_NOOP("Add Plot"), "add_plot"), &QAction::triggered, this,
+            &MainWindow::addPlotPressed);
+    bar->addSeparator();
+    connect(add(QT_TR_NOOP("Auto Scale"), "auto_scale"), &QAction::triggered, this,
+            &MainWindow::traceAutoScale);
+    connect(add(QT_TR_NOOP("Auto Scale All"), "auto_scale_all"), &QAction::triggered, this,
+            &MainWindow::traceAutoScaleAll);
+    bar->addSeparator();
+    add(QT_TR_NOOP("Save As Image"), "camera")->setEnabled(false);
+    add(QT_TR_NOOP("Print"), "printer")->setEnabled(false);
+    bar->addSeparator();
+    connect(add(QT_TR_NOOP("Single"), "single"), &QAction::triggered, this,
+            &MainWindow::singlePressed);
+    connect(add(QT_TR_NOOP("Continuous"), "continuous"), &QAction::triggered, this,
+            &MainWindow::continuousPressed);
+    progressBar = new QProgressBar(bar);
+    progressBar->setRange(0, 100);
+    progressBar->setTextVisible(false);
+    progressBar->setFixedWidth(QFontMetrics(font()).horizontalAdvance(QLatin1Char('w')) * 12);
+    progressAction = bar->addWidget(progressBar);
+    progressAction->setVisible(false);
+}
+
+void MainWindow::setThemeIcons()
+{
+    const bool dark = Preferences::Get().GetProgramStyle() == KXStyleDark;
+    const QString base = dark ? QStringLiteral(":/resources/toolbar_icons/dark/")
+                              : QStringLiteral(":/resources/toolbar_icons/");
+    for (QAction* a : iconActions)
+    {
+        a->setIcon(QIcon(base + a->data().toString() + QStringLiteral(".png")));
+    }
+}
+
+void MainWindow::InitMenuBar()
+{
+    QMenu* file = menuBar()->addMenu(tr("File"));
+    QMenu* quick = file->addMenu(tr("Quick Setup"));
+    connect(quick->addAction(tr("S11")), &QAction::triggered, this, &MainWindow::quickSetupS11);
+    connect(quick->addAction(tr("S21")), &QAction::triggered, this, &MainWindow::quickSetupS21);
+    connect(quick->addAction(tr("Full 2 port")), &QAction::triggered, this,
+            [this] { quickSetupFull2Port(false); });
+    QAction* recall = file->addAction(tr("Recall Instrument State"));
+    recall->setShortcut(QKeySequence(QStringLiteral("Ctrl+L")));
+    recall->setEnabled(false);
+    QAction* saveState = file->addAction(tr("Save Instrument State"));
+    saveState->setShortcut(QKeySequence(QStringLiteral("Ctrl+S")));
+    saveState->setEnabled(false);
+    connect(file->addAction(tr("Import .SnP")), &QAction::triggered, this, &MainWindow::importSNP);
+    connect(file->addAction(tr("Export .SnP")), &QAction::triggered, this, &MainWindow::exportSNP);
+    QAction* image = file->addAction(tr("Save as Image"));
+    image->setShortcut(QKeySequence(QStringLiteral("Ctrl+I")));
+    image->setEnabled(false);
+    QAction* print = file->addAction(tr("Print"));
+    print->setShortcut(QKeySequence(QStringLiteral("Ctrl+P")));
+    print->setEnabled(false);
+    connectMenu = file->addMenu(tr("Connect"));
+    connect(connectMenu, &QMenu::aboutToShow, this, &MainWindow::populateConnectMenu);
+    connect(connectMenu, &QMenu::triggered, this,
+            QOverload<QAction*>::of(&MainWindow::connectDevice));
+    connect(file->addAction(tr("Disconnect Device")), &QAction::triggered, this,
+            &MainWindow::disconnectDevice);
+    QAction* quit = file->addAction(tr("Exit"));
+    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+
+    QMenu* channels = menuBar()->addMenu(tr("Channels"));
+    connect(channels, &QMenu::aboutToShow, this, &MainWindow::aboutToShowChannelMenu);
+    QMenu* newChannel = channels->addMenu(tr("New Channel"));
+    connect(newChannel->addAction(tr("New Channel + Trace")), &QAction::triggered, this,
+            &MainWindow::addChannelTracePressed);
+    connect(newChannel->addAction(tr("New Channel + Trace + Window")), &QAction::triggered, this,
+            &MainWindow::addChannelTraceWindowPressed);
+    connect(channels->addAction(tr("Copy Channel")), &QAction::triggered, this,
+            QOverload<>::of(&MainWindow::channelCopy));
+    deleteChannelMenu = channels->addMenu(tr("Delete Channel"));
+    connect(deleteChannelMenu, &QMenu::triggered, this,
+            QOverload<QAction*>::of(&MainWindow::deleteChannel));
+    activeChannelMenu = channels->addMenu(tr("Active"));
+    connect(activeChannelMenu, &QMenu::triggered, this,
+            [this](QAction* a) { channelSelected(a->data().toInt()); });
+
+    QMenu* settings = menuBar()->addMenu(tr("Settings"));
+    QMenu* reference = settings->addMenu(tr("Reference"));
+    connect(reference->addAction(tr("Internal")), &QAction::triggered, this,
+            &MainWindow::setInternalReference);
+    connect(reference->addAction(tr("External")), &QAction::triggered, this,
+            &MainWindow::setExternalReference);
+    spurRejectAction = settings->addAction(tr("Spur Reject"));
+    spurRejectAction->setCheckable(true);
+    connect(spurRejectAction, &QAction::triggered, this, &MainWindow::toggleSpurReject);
+
+    QMenu* utilities = menuBar()->addMenu(tr("Utilities"));
+    connect(utilities->addAction(tr("Error Info")), &QAction::triggered, this,
+            &MainWindow::showErrorInfo);
+}
+
+void MainWindow::populateConnectMenu()
+{
+    connectMenu->clear();
+    const std::vector<int> serials = model.device.GetDeviceList();
+    if (serials.empty())
+    {
+        connectMenu->addAction(tr("No Devices Found"))->setEnabled(false);
+        return;
+    }
+    for (int serial : serials)
+    {
+        QAction* a = connectMenu->addAction(QStringLiteral("NVX400: %1").arg(serial));
+        a->setData(serial);
+    }
+}
+
+void MainWindow::aboutToShowChannelMenu()
+{
+    deleteChannelMenu->clear();
+    activeChannelMenu->clear();
+    for (const VNAChannel* c : model.channels)
+    {
+        if (!c->enabled)
+        {
+            continue;
+        }
+        deleteChannelMenu->addAction(c->Name())->setData(c->index);
+        QAction* a = activeChannelMenu->addAction(c->Name());
+        a->setData(c->index);
+        a->setCheckable(true);
+        a->setChecked(c->index == model.activeChannelIndex);
+    }
+}

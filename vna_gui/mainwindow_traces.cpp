@@ -1,0 +1,364 @@
+// MainWindow: trace settings. Each slot takes the value, changes the active trace under the
+// trace lock, and recalculates its channel.
+#include <QFileDialog>
+#include <QMutexLocker>
+
+#include "application_settings.h"
+#include "control_panels.h"
+#include "kx_widgets.h"
+#include "mainwindow.h"
+
+void MainWindow::EditActiveTrace(const std::function<void(VNATrace&)>& edit)
+{
+    int channel = -1;
+    {
+        QMutexLocker lock(&model.traceLock);
+        VNATrace* t = model.ActiveTrace();
+        if (!t)
+        {
+            return;
+        }
+        edit(*t);
+        channel = t->channel;
+    }
+    UpdateAll(channel);
+}
+
+void MainWindow::EditActiveScale(const std::function<void(VNATrace&)>& edit)
+{
+    {
+        QMutexLocker lock(&model.traceLock);
+        VNATrace* t = model.ActiveTrace();
+        if (!t)
+        {
+            return;
+        }
+        edit(*t);
+    }
+    model.traceScaleCouplingHelper();
+    UpdateControlPanels();
+    updatePlots();
+}
+
+void MainWindow::addTrace()
+{
+    int activePlot = 0;
+    {
+        QMutexLocker lock(&model.traceLock);
+        if (const VNATrace* t = model.ActiveTrace())
+        {
+            activePlot = t->plot;
+        }
+    }
+    QVector<int> plotNumbers;
+    for (int p = 0; p < plots.size(); ++p)
+    {
+        if (plots[p])
+        {
+            plotNumbers.append(p);
+        }
+    }
+    NewTraceDialog dialog(activePlot, plotNumbers, model.channels.size(), model.activeChannelIndex,
+                          this);
+    if (dialog.exec() != QDialog::Accepted || dialog.MeasList().isEmpty())
+    {
+        return;
+    }
+    int plot = dialog.Plot();
+    if (plot < 0 || !plots.value(plot))
+    {
+        plot = addPlot();
+        if (plot < 0)
+        {
+            return;
+        }
+    }
+    const int channel = dialog.Channel();
+    const bool wasEnabled = model.channels[channel]->enabled;
+    if (!wasEnabled)
+    {
+        MeasStop();
+        model.channels[channel]->enabled = true;
+    }
+    for (int m : dialog.MeasList())
+    {
+        model.selectedTraceIndex =
+            CreateTrace(channel, plot, VNATraceMeas(m), VNATraceFormat(dialog.Format()));
+    }
+    if (!wasEnabled)
+    {
+        MeasStart();
+    }
+    UpdateAll(channel);
+}
+
+void MainWindow::traceSelected(int index)
+{
+    {
+        QMutexLocker lock(&model.traceLock);
+        if (!model.IsValidTraceIndex(index) || !model.traces[index])
+        {
+            return;
+        }
+        model.selectedTraceIndex = index;
+        model.activeChannelIndex = model.traces[index]->channel;
+    }
+    UpdateControlPanels();
+    updatePlots();
+}
+
+void MainWindow::traceDelete(int index)
+{
+    {
+        QMutexLocker lock(&model.traceLock);
+        if (!model.IsValidTraceIndex(index) || !model.traces[index])
+        {
+            return;
+        }
+        delete model.traces[index];
+        model.traces[index] = nullptr;
+        model.mapper.Remove(index);
+        model.selectedTraceIndex = model.GetFirstTraceIndex();
+    }
+    UpdateControlPanels();
+    updatePlots();
+}
+
+void MainWindow::traceChannelChanged(int channel)
+{
+    if (!model.IsValidChannelIndex(channel))
+    {
+        return;
+    }
+    MeasStop();
+    int old = -1;
+    {
+        QMutexLocker lock(&model.traceLock);
+        VNATrace* t = model.ActiveTrace();
+        if (t && t->channel != channel)
+        {
+            old = t->channel;
+            model.mapper.Remove(model.selectedTraceIndex);
+            t->SetChannel(channel);
+            model.mapper.SetPos(channel, model.mapper.GetNextAvailablePos(channel),
+                                model.selectedTraceIndex);
+        }
+    }
+    model.channels[channel]->enabled = true;
+    model.activeChannelIndex = channel;
+    MeasStart();
+    if (old >= 0)
+    {
+        UpdateAll(old);
+    }
+    UpdateAll(channel);
+}
+
+void MainWindow::tracePlotChanged(int plot)
+{
+    if (!plots.value(plot))
+    {
+        return;
+    }
+    EditActiveTrace([&](VNATrace& t) { t.SetPlot(plot); });
+}
+
+void MainWindow::traceMeasChanged(int meas)
+{
+    if (meas < S11 || meas > S22)
+    {
+        return;
+    }
+    // A trace of the other direction may need the other sweep direction.
+    MeasStop();
+    EditActiveTrace([&](VNATrace& t) { t.SetMeas(VNATraceMeas(meas)); });
+    MeasStart();
+}
+
+void MainWindow::traceFormatChanged(int format)
+{
+    if (format < 0 || format >= kTraceFormatCount)
+    {
+        return;
+    }
+    EditActiveTrace([&](VNATrace& t) { t.SetFormat(VNATraceFormat(format)); });
+}
+
+void MainWindow::traceHoldChanged(int hold)
+{
+    if (hold < HoldOff || hold > HoldMax)
+    {
+        return;
+    }
+    EditActiveTrace([&](VNATrace& t) { t.SetHold(VNATraceHold(hold)); });
+}
+
+void MainWindow::traceHoldRestart()
+{
+    EditActiveTrace([](VNATrace& t) { t.HoldRestart(); });
+}
+
+void MainWindow::traceRefChanged(double value)
+{
+    EditActiveScale([&](VNATrace& t) { *t.ref() = value; });
+}
+
+void MainWindow::traceDivChanged(double value)
+{
+    EditActiveScale([&](VNATrace& t) { t.SetDiv(value); });
+}
+
+void MainWindow::traceRefPosChanged(double value)
+{
+    EditActiveScale([&](VNATrace& t) { *t.refPos() = std::min(std::max(value, 0.0), 10.0); });
+}
+
+void MainWindow::traceAutoScale()
+{
+    EditActiveScale([](VNATrace& t) { t.AutoScale(); });
+}
+
+void MainWindow::traceAutoScaleAll()
+{
+    model.traceAutoScaleAll();
+    model.traceScaleCouplingHelper();
+    UpdateControlPanels();
+    updatePlots();
+}
+
+void MainWindow::traceDefaultScale()
+{
+    EditActiveScale([](VNATrace& t) { t.LoadDefaultScale(); });
+}
+
+void MainWindow::traceDefaultScaleAll()
+{
+    model.traceDefaultScaleAll();
+    model.traceScaleCouplingHelper();
+    UpdateControlPanels();
+    updatePlots();
+}
+
+void MainWindow::traceScaleCouplingChanged(int coupling)
+{
+    if (coupling < ScaleCouplingOff || coupling > ScaleCouplingAll)
+    {
+        return;
+    }
+    model.scaleCoupling = coupling;
+    model.traceScaleCouplingHelper();
+    UpdateControlPanels();
+    updatePlots();
+}
+
+void MainWindow::traceUseNameChanged(bool use)
+{
+    EditActiveTrace([&](VNATrace& t) { t.useName = use; });
+}
+
+void MainWindow::traceNameChanged(const QString& name)
+{
+    EditActiveTrace([&](VNATrace& t) { t.name = name; });
+}
+
+void MainWindow::traceExport()
+{
+    const QString dir = GetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"));
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Export Trace"), dir, tr("CSV File (*.csv)"));
+    if (path.isEmpty())
+    {
+        return;
+    }
+    SetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"),
+                            QFileInfo(path).absolutePath());
+    QMutexLocker lock(&model.traceLock);
+    if (const VNATrace* t = model.ActiveTrace())
+    {
+        t->Export(path);
+    }
+}
+
+void MainWindow::traceStoreMem()
+{
+    VNATrace* t = nullptr;
+    {
+        QMutexLocker lock(&model.traceLock);
+        t = model.ActiveTrace();
+    }
+    if (t)
+    {
+        model.traceStoreMem(t);
+        UpdateControlPanels();
+        updatePlots();
+    }
+}
+
+void MainWindow::traceMathOpChanged(int op)
+{
+    if (op < MathOff || op > MathData)
+    {
+        return;
+    }
+    EditActiveTrace([&](VNATrace& t) { t.mathOp = VNATraceMathOp(op); });
+}
+
+void MainWindow::traceMathInterpolateChanged(bool enabled)
+{
+    EditActiveTrace([&](VNATrace& t) { t.mathInterpolate = enabled; });
+}
+
+void MainWindow::traceShowMemTraceChanged(bool show)
+{
+    EditActiveTrace([&](VNATrace& t) { t.showMemTrace = show; });
+}
+
+void MainWindow::traceSmoothEnabledChanged(bool enabled)
+{
+    EditActiveTrace([&](VNATrace& t) { t.SetSmoothing(enabled); });
+}
+
+void MainWindow::traceSmoothAperatureChanged(double percent)
+{
+    EditActiveTrace([&](VNATrace& t) { t.smoothPercent = percent; });
+}
+
+void MainWindow::traceStatsEnabledChanged(bool enabled)
+{
+    EditActiveTrace([&](VNATrace& t) { t.statsEnabled = enabled; });
+}
+
+void MainWindow::traceStatsAutoRangeChanged(bool enabled)
+{
+    EditActiveTrace([&](VNATrace& t) { t.statsAutoRange = enabled; });
+}
+
+void MainWindow::traceStatsStartChanged(Frequency f)
+{
+    EditActiveTrace([&](VNATrace& t) { t.statsStart = f.Get(); });
+}
+
+void MainWindow::traceStatsStopChanged(Frequency f)
+{
+    EditActiveTrace([&](VNATrace& t) { t.statsStop = f.Get(); });
+}
+
+void MainWindow::traceElecDelayChanged(double seconds)
+{
+    EditActiveTrace([&](VNATrace& t) { t.elecDelay = seconds; });
+}
+
+void MainWindow::traceMagOffsetChanged(double db)
+{
+    EditActiveTrace([&](VNATrace& t) { t.offsetMag = db; });
+}
+
+void MainWindow::traceMagSlopeChanged(double dbPerGHz)
+{
+    EditActiveTrace([&](VNATrace& t) { t.offsetMagSlope = dbPerGHz; });
+}
+
+void MainWindow::tracePhaseOffsetChanged(double degrees)
+{
+    EditActiveTrace([&](VNATrace& t) { t.offsetPhase = degrees; });
+}
