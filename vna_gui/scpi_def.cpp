@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QIODevice>
+#include <QLoggingCategory>
 #include <QRegularExpression>
 #include <QVariant>
 #include <QtDebug>
@@ -30,6 +31,12 @@ namespace
 QString tr(const char* text)
 {
     return QCoreApplication::translate("Scpi", text);
+}
+
+// The per-command debug lines cost more than the parse itself; format them only when shown.
+bool debugShown()
+{
+    return QLoggingCategory::defaultCategory()->isDebugEnabled();
 }
 
 void queueError(int code, const char* text)
@@ -186,7 +193,7 @@ bool matchCommand(const QString& header, const QList<ScpiKeyword>& keywords,
         tokens.append(Scpi::splitToken(s));
     }
     const bool matched = Scpi::matchTokens(tokens, keywords, suffixes);
-    if (matched)
+    if (matched && debugShown())
     {
         qDebug() << "Received command " << header;
     }
@@ -208,6 +215,21 @@ void Scpi::SetCommands(const ScpiCommand* table, int count)
         c.keywords = buildCommandTree(QString::fromLatin1(table[i].pattern));
         c.id = table[i].id;
         commands.append(c);
+    }
+    rowsByFirstWord.clear();
+    for (int i = 0; i < commands.size(); ++i)
+    {
+        const QList<ScpiKeyword>& k = commands[i].keywords;
+        if (k.isEmpty() || k.first().optional)
+        {
+            rowsByFirstWord.clear();
+            return;
+        }
+        rowsByFirstWord[k.first().shortForm].append(i);
+        if (k.first().longForm != k.first().shortForm)
+        {
+            rowsByFirstWord[k.first().longForm].append(i);
+        }
     }
 }
 
@@ -252,8 +274,7 @@ void Scpi::SubmitInput(const QString& text)
 
 void Scpi::Input(const QString& line)
 {
-    static const QRegularExpression kSemicolon(QStringLiteral(";"));
-    const QStringList parts = line.split(kSemicolon, Qt::SkipEmptyParts);
+    const QStringList parts = line.split(QLatin1Char(';'), Qt::SkipEmptyParts);
     QStringList path;
     for (const QString& rawPart : parts)
     {
@@ -275,13 +296,37 @@ void Scpi::Input(const QString& line)
         }
         const ScpiCallbackList* found = nullptr;
         QList<int> matchedSuffixes;
-        for (const ScpiCallbackList& c : commands)
+        auto tryRow = [&](const ScpiCallbackList& c)
         {
             matchedSuffixes.clear();
             if (matchTokens(tokens, c.keywords, matchedSuffixes))
             {
                 found = &c;
-                break;
+            }
+            return found != nullptr;
+        };
+        if (rowsByFirstWord.isEmpty())
+        {
+            for (const ScpiCallbackList& c : commands)
+            {
+                if (tryRow(c))
+                {
+                    break;
+                }
+            }
+        }
+        else if (!tokens.isEmpty())
+        {
+            const auto rows = rowsByFirstWord.constFind(tokens.first().word);
+            if (rows != rowsByFirstWord.constEnd())
+            {
+                for (int row : *rows)
+                {
+                    if (tryRow(commands[row]))
+                    {
+                        break;
+                    }
+                }
             }
         }
 
@@ -291,7 +336,10 @@ void Scpi::Input(const QString& line)
         }
         else
         {
-            qDebug() << "Received command " << header;
+            if (debugShown())
+            {
+                qDebug() << "Received command " << header;
+            }
             QStringList params = rest.split(QLatin1Char(','), Qt::KeepEmptyParts);
             for (QString& p : params)
             {
@@ -304,8 +352,11 @@ void Scpi::Input(const QString& line)
             parameters = params;
             suffixes = matchedSuffixes;
             commandId = found->id;
-            qDebug() << "# of params: " << parameters.size();
-            qDebug() << "# of command numeric suffixes: " << suffixes.size();
+            if (debugShown())
+            {
+                qDebug() << "# of params: " << parameters.size();
+                qDebug() << "# of command numeric suffixes: " << suffixes.size();
+            }
             if (callback)
             {
                 callback(this);
@@ -618,7 +669,10 @@ void Scpi::FlushReply()
             log->AddCommand(QString::fromUtf8(lineReply).trimmed(), true);
         }
         socket->write(reply);
-        qDebug() << "Reply Sent: " << lineReply;
+        if (debugShown())
+        {
+            qDebug() << "Reply Sent: " << lineReply;
+        }
     }
     lineReply.resize(0);
 }

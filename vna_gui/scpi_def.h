@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -149,6 +150,9 @@ private:
 
     std::function<void(Scpi*)> callback;
     QVector<ScpiCallbackList> commands;
+    // Rows by the forms of their first keyword, in table order, so a header is tried only
+    // against rows that can match it. Unused (empty) when some row's first keyword is optional.
+    QHash<QString, QVector<int>> rowsByFirstWord;
     QStringList parameters;
     QList<int> suffixes;
     int commandId = 0;
