@@ -686,6 +686,23 @@ QString scpiCommandReference()
         "Pattern notation: upper-case letters are the short form, the whole word the long form "
         "(case is ignored); `&` marks an optional keyword; `#` allows a numeric suffix "
         "(`SENS2`); a final `?` makes a query.\n\n");
+    out += QStringLiteral(
+        "A line holds commands separated by `;`; a header without a leading `:` or `*` continues "
+        "the keywords of the previous command of the line, without its suffixes. Parameters "
+        "follow the header after a space and are separated by `,`. Replies of one line are "
+        "joined by `;` and end with a line feed. Errors are never answered inline: read them "
+        "with `:SYSTem:ERRor:NEXT?`.\n\n"
+        "Parameter forms:\n\n"
+        "- bool: `ON`, `OFF`, `1`, `0`.\n"
+        "- int, double: plain decimal numbers.\n"
+        "- frequency: a number with an optional unit `Hz`, `kHz`, `MHz`, `GHz` (also `h`, `k`, "
+        "`m`, `g`, `kh`, `mh`, `gh`); an exponent is a single digit without sign and cannot be "
+        "combined with a unit (`1e9` works, `1e10` and `1e9Hz` do not).\n"
+        "- time: a number with an optional unit `s`, `ms`, `us`, `ns`, `ps`.\n"
+        "- file name: in double quotes; it cannot contain `,` or `;`.\n"
+        "- words: the short or the long form, case ignored; replies give the long form.\n\n"
+        "A missing parameter queues -3 \"Expected parameter\"; a malformed one -2 with the "
+        "reader's text; an unknown header -4.\n\n");
     out += QStringLiteral("%1 commands.\n\n").arg(scpiCommandCount());
     out += QStringLiteral("| Id | Header | Query | Parameters | Reply |\n");
     out += QStringLiteral("|---:|---|---|---|---|\n");
