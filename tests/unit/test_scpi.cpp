@@ -237,11 +237,6 @@ void TestScpi::matchingRules()
     ScpiCallbackList c;
     c.keywords = buildCommandTree(QStringLiteral(":SYSTem:ERRor:&NEXT?"));
     QCOMPARE(scpiCommandToPath(c), (QStringList{"syst", "err"}));
-    c.keywords = buildCommandTree(QStringLiteral("*IDN?"));
-    QCOMPARE(c.keywords.size(), 2);
-    QCOMPARE(c.keywords[0].shortForm, QStringLiteral("*idn"));
-    QCOMPARE(c.keywords[0].longForm, QStringLiteral("*idn"));
-    QVERIFY(scpiCommandToPath(c).isEmpty());
 }
 
 void TestScpi::suffixesAreGreedyAndReadInOrder()
@@ -469,23 +464,6 @@ void TestScpi::commitAndFlushKeepTheirQuirks()
     // Without a log nothing breaks.
     h.scpi.SetLog(nullptr);
     QCOMPARE(h.Line(QStringLiteral("*OPC?")), QByteArray("1\n"));
-
-    // Called directly, commit and flush behave as inside a line.
-    Scpi direct;
-    QBuffer out;
-    out.open(QIODevice::WriteOnly);
-    direct.SetSocket(&out);
-    direct.FlushReply();
-    QCOMPARE(out.data(), QByteArray());
-    direct.SubmitReply("x");
-    direct.CommitReply();
-    direct.CommitReply();
-    direct.SubmitReply("y");
-    direct.CommitReply();
-    direct.FlushReply();
-    QCOMPARE(out.data(), QByteArray("x;;y\n"));
-    direct.FlushReply();
-    QCOMPARE(out.data(), QByteArray("x;;y\n"));
 }
 
 void TestScpi::lineAssembly()
