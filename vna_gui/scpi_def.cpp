@@ -1,0 +1,727 @@
+#include "scpi_def.h"
+
+#include <QCoreApplication>
+#include <QIODevice>
+#include <QLoggingCategory>
+#include <QRegularExpression>
+#include <QVariant>
+#include <QtDebug>
+#include <algorithm>
+
+#include "error_log.h"
+#include "scpi_parameters.h"
+
+const char* const scpiStrSuffixMissing = QT_TRANSLATE_NOOP("Scpi", "Expected suffix");
+const char* const scpiStrInvalidSuffix = QT_TRANSLATE_NOOP("Scpi", "Invalid suffix");
+const char* const scpiStrInvalidChannelNumber = QT_TRANSLATE_NOOP("Scpi", "Invalid channel number");
+const char* const scpiStrInvalidMeasNumber =
+    QT_TRANSLATE_NOOP("Scpi", "Invalid measurement number");
+const char* const scpiStrInvalidWindowNumber = QT_TRANSLATE_NOOP("Scpi", "Invalid window number");
+const char* const scpiStrChannelNotActive =
+    QT_TRANSLATE_NOOP("Scpi", "Selected channel not enabled");
+
+const char* const UnitStrU = "";
+const char* const UnitStrLogMag = "dB";
+const char* const UnitStrPhaseRad = "rad";
+const char* const UnitStrPhaseDeg = "\xc2\xb0";
+const char* const UnitStrGroupDelay = "ns";
+
+namespace
+{
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("Scpi", text);
+}
+
+// The per-command debug lines cost more than the parse itself; format them only when shown.
+bool debugShown()
+{
+    return QLoggingCategory::defaultCategory()->isDebugEnabled();
+}
+
+void queueError(int code, const char* text)
+{
+    SysErr::AddSystemError(code, tr(text));
+}
+}  // namespace
+
+QList<ScpiKeyword> buildCommandTree(const QString& pattern)
+{
+    static const QRegularExpression kLower(QStringLiteral("[a-z]"));
+    QString text = pattern;
+    const bool query = text.endsWith(QLatin1Char('?'));
+    if (query)
+    {
+        text.chop(1);
+    }
+    QList<ScpiKeyword> keywords;
+    const QStringList parts = text.split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    for (QString part : parts)
+    {
+        ScpiKeyword k;
+        if (part.startsWith(QLatin1Char('&')))
+        {
+            part.remove(0, 1);
+            k.optional = true;
+        }
+        if (part.endsWith(QLatin1Char('#')))
+        {
+            part.chop(1);
+            k.hasSuffix = true;
+        }
+        QString shortForm = part;
+        shortForm.remove(kLower);
+        k.shortForm = shortForm.toLower();
+        k.longForm = part.toLower();
+        keywords.append(k);
+    }
+    if (query)
+    {
+        ScpiKeyword q;
+        q.shortForm = QStringLiteral("?");
+        q.longForm = QStringLiteral("?");
+        keywords.append(q);
+    }
+    return keywords;
+}
+
+QStringList scpiCommandToPath(const ScpiCallbackList& command)
+{
+    QStringList path;
+    int count = command.keywords.size();
+    if (count > 0 && command.keywords.last().longForm == QLatin1String("?"))
+    {
+        --count;
+    }
+    for (int i = 0; i < count - 1; ++i)
+    {
+        path.append(command.keywords[i].shortForm);
+    }
+    return path;
+}
+
+Scpi::Token Scpi::splitToken(const QString& text)
+{
+    Token t;
+    t.word = text.toLower();
+    int end = t.word.size();
+    while (end > 0 && t.word[end - 1] >= QLatin1Char('0') && t.word[end - 1] <= QLatin1Char('9'))
+    {
+        --end;
+    }
+    if (end < t.word.size())
+    {
+        t.hasDigits = true;
+        // An overlong number gives 0, as toInt does.
+        t.suffix = t.word.midRef(end).toInt(nullptr, 10);
+        t.word.truncate(end);
+    }
+    return t;
+}
+
+bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& keywords,
+                       QList<int>& suffixes)
+{
+    int k = 0;
+    int t = 0;
+    for (;;)
+    {
+        if (t == tokens.size())
+        {
+            for (; k < keywords.size(); ++k)
+            {
+                if (!keywords[k].optional)
+                {
+                    return false;
+                }
+            }
+            return true;
+        }
+        if (k == keywords.size())
+        {
+            return false;
+        }
+        const Token& token = tokens[t];
+        const ScpiKeyword& keyword = keywords[k];
+        // Digits on a keyword that takes none never match, even an optional one.
+        if (token.hasDigits && !keyword.hasSuffix)
+        {
+            return false;
+        }
+        if (token.word == keyword.shortForm || token.word == keyword.longForm)
+        {
+            if (keyword.hasSuffix)
+            {
+                suffixes.append(token.suffix);
+            }
+            ++t;
+            ++k;
+        }
+        else if (keyword.optional)
+        {
+            ++k;
+        }
+        else
+        {
+            return false;
+        }
+    }
+}
+
+namespace
+{
+// Path first, then the header's tokens; a trailing "?" becomes a token of its own.
+QStringList headerTokens(const QString& header, const QStringList& path)
+{
+    QStringList tokens = path;
+    tokens.append(header.split(QLatin1Char(':'), Qt::SkipEmptyParts));
+    if (!tokens.isEmpty() && tokens.last().endsWith(QLatin1Char('?')))
+    {
+        tokens.last().chop(1);
+        tokens.append(QStringLiteral("?"));
+    }
+    return tokens;
+}
+}  // namespace
+
+bool matchCommand(const QString& header, const QList<ScpiKeyword>& keywords,
+                  const QStringList& path, QList<int>& suffixes)
+{
+    QVector<Scpi::Token> tokens;
+    for (const QString& s : headerTokens(header, path))
+    {
+        tokens.append(Scpi::splitToken(s));
+    }
+    const bool matched = Scpi::matchTokens(tokens, keywords, suffixes);
+    if (matched && debugShown())
+    {
+        qDebug() << "Received command " << header;
+    }
+    return matched;
+}
+
+Scpi::Scpi()
+{
+    SetCommands(scpiCommands, scpiCommandCount());
+}
+
+void Scpi::SetCommands(const ScpiCommand* table, int count)
+{
+    commands.clear();
+    commands.reserve(count);
+    for (int i = 0; i < count; ++i)
+    {
+        ScpiCallbackList c;
+        c.keywords = buildCommandTree(QString::fromLatin1(table[i].pattern));
+        c.id = table[i].id;
+        commands.append(c);
+    }
+    rowsByFirstWord.clear();
+    for (int i = 0; i < commands.size(); ++i)
+    {
+        const QList<ScpiKeyword>& k = commands[i].keywords;
+        if (k.isEmpty() || k.first().optional)
+        {
+            rowsByFirstWord.clear();
+            return;
+        }
+        rowsByFirstWord[k.first().shortForm].append(i);
+        if (k.first().longForm != k.first().shortForm)
+        {
+            rowsByFirstWord[k.first().longForm].append(i);
+        }
+    }
+}
+
+void Scpi::SubmitInput(const QString& text)
+{
+    int start = 0;
+    const int n = text.size();
+    for (int i = 0; i < n; ++i)
+    {
+        const ushort c = text[i].unicode();
+        if (c != 10 && c != 13)
+        {
+            continue;
+        }
+        lineBuffer.append(text.midRef(start, i - start));
+        start = i + 1;
+        if (c == 13)
+        {
+            continue;  // carriage returns are dropped wherever they stand
+        }
+        const QString line = lineBuffer;
+        lineBuffer.clear();
+        if (log != nullptr)
+        {
+            log->AddCommand(line, false);
+        }
+        try
+        {
+            Input(line);
+        }
+        catch (...)
+        {
+            // A failing body ends its line; what the line had gathered goes with it.
+            parameters.clear();
+            suffixes.clear();
+            commandReply.clear();
+            lineReply.clear();
+        }
+    }
+    lineBuffer.append(text.midRef(start, n - start));
+}
+
+void Scpi::Input(const QString& line)
+{
+    const QStringList parts = line.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    QStringList path;
+    for (const QString& rawPart : parts)
+    {
+        // Header up to the first space, parameters behind it.
+        const QString part = rawPart.trimmed();
+        const QString header = part.section(QLatin1Char(' '), 0, 0).trimmed();
+        const int space = part.indexOf(QLatin1Char(' '));
+        const QString rest = space < 0 ? QString() : part.mid(space + 1);
+
+        if (header.startsWith(QLatin1Char(':')) || header.startsWith(QLatin1Char('*')))
+        {
+            path.clear();
+        }
+
+        QVector<Token> tokens;
+        for (const QString& s : headerTokens(header, path))
+        {
+            tokens.append(splitToken(s));
+        }
+        const ScpiCallbackList* found = nullptr;
+        QList<int> matchedSuffixes;
+        auto tryRow = [&](const ScpiCallbackList& c)
+        {
+            matchedSuffixes.clear();
+            if (matchTokens(tokens, c.keywords, matchedSuffixes))
+            {
+                found = &c;
+            }
+            return found != nullptr;
+        };
+        if (rowsByFirstWord.isEmpty())
+        {
+            for (const ScpiCallbackList& c : commands)
+            {
+                if (tryRow(c))
+                {
+                    break;
+                }
+            }
+        }
+        else if (!tokens.isEmpty())
+        {
+            const auto rows = rowsByFirstWord.constFind(tokens.first().word);
+            if (rows != rowsByFirstWord.constEnd())
+            {
+                for (int row : *rows)
+                {
+                    if (tryRow(commands[row]))
+                    {
+                        break;
+                    }
+                }
+            }
+        }
+
+        if (found == nullptr)
+        {
+            SysErr::AddSystemError(UndefinedHeader, header);
+        }
+        else
+        {
+            if (debugShown())
+            {
+                qDebug() << "Received command " << header;
+            }
+            QStringList params = rest.split(QLatin1Char(','), Qt::KeepEmptyParts);
+            for (QString& p : params)
+            {
+                p = p.trimmed();
+            }
+            if (params.size() == 1 && params.first().isEmpty())
+            {
+                params.clear();
+            }
+            parameters = params;
+            suffixes = matchedSuffixes;
+            commandId = found->id;
+            if (debugShown())
+            {
+                qDebug() << "# of params: " << parameters.size();
+                qDebug() << "# of command numeric suffixes: " << suffixes.size();
+            }
+            if (callback)
+            {
+                callback(this);
+            }
+            parameters.clear();
+            path = scpiCommandToPath(*found);
+        }
+        CommitReply();
+    }
+    FlushReply();
+}
+
+bool Scpi::GetNextParameterString(QString& value, bool toLower)
+{
+    if (parameters.isEmpty())
+    {
+        queueError(TooFewParameters, QT_TRANSLATE_NOOP("Scpi", "Expected parameter"));
+        return false;
+    }
+    value = parameters.takeFirst();
+    if (toLower)
+    {
+        value = value.toLower();
+    }
+    return true;
+}
+
+bool Scpi::GetNextParameterStringNoError(QString& value)
+{
+    if (parameters.isEmpty())
+    {
+        return false;
+    }
+    value = parameters.first();
+    return true;
+}
+
+bool Scpi::GetNextParameterInt(int& value, bool required)
+{
+    if (parameters.isEmpty())
+    {
+        if (required)
+        {
+            queueError(TooFewParameters, QT_TRANSLATE_NOOP("Scpi", "Expected parameter"));
+        }
+        return false;
+    }
+    bool ok = false;
+    const int v = scpiParameterToInt(parameters.first(), ok);
+    if (!ok)
+    {
+        queueError(InvalidParameter, QT_TRANSLATE_NOOP("Scpi", "Expected integer parameter"));
+        return false;
+    }
+    parameters.removeFirst();
+    value = v;
+    return true;
+}
+
+// The typed readers share one shape: -3 when nothing is left, -2 when the text does not convert,
+// and the parameter is consumed only on success.
+template <typename T, typename Convert>
+bool Scpi::readTyped(T& value, Convert convert, const char* errorText)
+{
+    if (parameters.isEmpty())
+    {
+        queueError(TooFewParameters, QT_TRANSLATE_NOOP("Scpi", "Expected parameter"));
+        return false;
+    }
+    bool ok = false;
+    T v = convert(parameters.first(), ok);
+    if (!ok)
+    {
+        queueError(InvalidParameter, errorText);
+        return false;
+    }
+    parameters.removeFirst();
+    value = std::move(v);
+    return true;
+}
+
+bool Scpi::GetNextParameterBool(bool& value)
+{
+    return readTyped(value, scpiParameterToBool,
+                     QT_TRANSLATE_NOOP("Scpi", "Expected boolean parameter"));
+}
+
+bool Scpi::GetNextParameterDouble(double& value)
+{
+    return readTyped(value, scpiParameterToDouble,
+                     QT_TRANSLATE_NOOP("Scpi", "Expected floating point parameter"));
+}
+
+bool Scpi::GetNextParameterFreq(double& value)
+{
+    return readTyped(value, scpiParameterToFreq,
+                     QT_TRANSLATE_NOOP("Scpi", "Expected frequency parameter"));
+}
+
+bool Scpi::GetNextParameterTime(double& value)
+{
+    auto toTime = [](const QString& text, bool& ok)
+    {
+        double seconds = 0.0;
+        ok = isValidTimeString(text.toLower(), seconds);
+        return seconds;
+    };
+    return readTyped(value, toTime, QT_TRANSLATE_NOOP("Scpi", "Expected time parameter"));
+}
+
+bool Scpi::GetNextParameterFileName(QString& value)
+{
+    return readTyped(value, scpiParameterToFileName,
+                     QT_TRANSLATE_NOOP("Scpi", "Invalid file name format"));
+}
+
+bool Scpi::GetNextParameterBinary(std::vector<unsigned char>& value)
+{
+    auto toBinary = [](const QString& text, bool& ok)
+    {
+        std::vector<unsigned char> data;
+        ok = scpiParameterToBinary(text, data);
+        return data;
+    };
+    return readTyped(value, toBinary, QT_TRANSLATE_NOOP("Scpi", "Expected binary parameter"));
+}
+
+bool Scpi::GetNextParameterHexString(QString& value)
+{
+    // Only the character range is checked: any Latin-1 text passes.
+    auto toLatin1Upper = [](const QString& text, bool& ok)
+    {
+        const QString upper = text.toUpper();
+        ok = std::all_of(upper.begin(), upper.end(), [](QChar c) { return c.unicode() <= 0xff; });
+        return upper;
+    };
+    return readTyped(value, toLatin1Upper, QT_TRANSLATE_NOOP("Scpi", "Expected hex string"));
+}
+
+bool Scpi::nextParameterMatches(const char* shortWord, const char* longWord) const
+{
+    if (parameters.isEmpty())
+    {
+        return false;
+    }
+    const QString t = parameters.first().trimmed().toLower();
+    return t == QLatin1String(shortWord) || (longWord != nullptr && t == QLatin1String(longWord));
+}
+
+bool Scpi::IsNextParameterMin() const
+{
+    return nextParameterMatches("min", "minimum");
+}
+
+bool Scpi::IsNextParameterMax() const
+{
+    return nextParameterMatches("max", "maximum");
+}
+
+bool Scpi::IsNextParameterUp() const
+{
+    return nextParameterMatches("up", nullptr);
+}
+
+bool Scpi::IsNextParameterDown() const
+{
+    return nextParameterMatches("down", nullptr);
+}
+
+QStringList Scpi::GetParameters()
+{
+    QStringList all;
+    all.swap(parameters);
+    return all;
+}
+
+QList<int> Scpi::GetIntParameters()
+{
+    QList<int> values;
+    for (const QString& p : parameters)
+    {
+        bool ok = false;
+        const int v = p.toInt(&ok, 10);
+        if (!ok)
+        {
+            break;
+        }
+        values.append(v);
+    }
+    parameters.clear();
+    return values;
+}
+
+bool Scpi::GetNextCommandSuffix(int& value, int defaultValue)
+{
+    value = defaultValue;
+    if (suffixes.isEmpty())
+    {
+        return false;
+    }
+    const int s = suffixes.takeFirst();
+    if (s != -1)
+    {
+        value = s;
+    }
+    return true;
+}
+
+void Scpi::appendSeparator()
+{
+    if (!commandReply.isEmpty())
+    {
+        commandReply.append(',');
+    }
+}
+
+void Scpi::SubmitReply(const QString& text)
+{
+    appendSeparator();
+    commandReply.append(text.toUtf8());
+}
+
+void Scpi::SubmitReply(const char* text)
+{
+    appendSeparator();
+    commandReply.append(text);
+}
+
+void Scpi::SubmitReply(int value)
+{
+    appendSeparator();
+    commandReply.append(QVariant(value).toString().toUtf8());
+}
+
+void Scpi::SubmitReply(double value)
+{
+    appendSeparator();
+    commandReply.append(QVariant(value).toString().toUtf8());
+}
+
+void Scpi::SubmitReply(bool value)
+{
+    appendSeparator();
+    commandReply.append(value ? '1' : '0');
+}
+
+void Scpi::SubmitReply(const QVector<double>& values)
+{
+    commandReply.reserve(commandReply.size() + 5 * values.size());
+    for (int i = 0; i < values.size(); ++i)
+    {
+        if (i > 0)
+        {
+            commandReply.append(',');
+        }
+        commandReply.append(QString::asprintf("%.10g", values[i]).toLatin1());
+    }
+}
+
+void Scpi::SubmitReply(const QVector<double>& x, const QVector<double>& y)
+{
+    const int n = std::min(x.size(), y.size());
+    commandReply.reserve(commandReply.size() + 10 * n);
+    for (int i = 0; i < n; ++i)
+    {
+        if (i > 0)
+        {
+            commandReply.append(',');
+        }
+        commandReply.append(QString::asprintf("%.10g,%.10g", x[i], y[i]).toLatin1());
+    }
+}
+
+void Scpi::SubmitReply(const QVector<std::complex<double>>& values)
+{
+    commandReply.reserve(commandReply.size() + 10 * values.size());
+    for (int i = 0; i < values.size(); ++i)
+    {
+        if (i > 0)
+        {
+            commandReply.append(',');
+        }
+        commandReply.append(
+            QString::asprintf("%.10g,%.10g", values[i].real(), values[i].imag()).toLatin1());
+    }
+}
+
+void Scpi::CommitReply()
+{
+    // A silent command after an answered one still leaves its (empty) place.
+    if (!lineReply.isEmpty())
+    {
+        lineReply.append(';');
+    }
+    lineReply.append(commandReply);
+    commandReply.clear();
+}
+
+void Scpi::FlushReply()
+{
+    if (lineReply.isEmpty())
+    {
+        return;
+    }
+    if (socket != nullptr)
+    {
+        const QByteArray reply = lineReply + '\n';
+        if (log != nullptr)
+        {
+            log->AddCommand(QString::fromUtf8(lineReply).trimmed(), true);
+        }
+        socket->write(reply);
+        if (debugShown())
+        {
+            qDebug() << "Reply Sent: " << lineReply;
+        }
+    }
+    lineReply.resize(0);
+}
+
+QString scpiCommandReference()
+{
+    QString out;
+    out += QStringLiteral("# Remote command reference\n\n");
+    out += QStringLiteral(
+        "Generated from the command table by `gen_scpi_doc`; do not edit by hand.\n\n"
+        "Pattern notation: upper-case letters are the short form, the whole word the long form "
+        "(case is ignored); `&` marks an optional keyword; `#` allows a numeric suffix "
+        "(`SENS2`); a final `?` makes a query.\n\n");
+    out += QStringLiteral(
+        "A line holds commands separated by `;`; a header without a leading `:` or `*` continues "
+        "the keywords of the previous command of the line, without its suffixes. Parameters "
+        "follow the header after a space and are separated by `,`. Replies of one line are "
+        "joined by `;` and end with a line feed. Errors are never answered inline: read them "
+        "with `:SYSTem:ERRor:NEXT?`.\n\n"
+        "Parameter forms:\n\n"
+        "- bool: `ON`, `OFF`, `1`, `0`.\n"
+        "- int, double: plain decimal numbers.\n"
+        "- frequency: a number with an optional unit `Hz`, `kHz`, `MHz`, `GHz` (also `h`, `k`, "
+        "`m`, `g`, `kh`, `mh`, `gh`); an exponent is a single digit without sign and cannot be "
+        "combined with a unit (`1e9` works, `1e10` and `1e9Hz` do not).\n"
+        "- time: a number with an optional unit `s`, `ms`, `us`, `ns`, `ps`.\n"
+        "- file name: in double quotes; it cannot contain `,` or `;`.\n"
+        "- words: the short or the long form, case ignored; replies give the long form.\n\n"
+        "A missing parameter queues -3 \"Expected parameter\"; a malformed one -2 with the "
+        "reader's text; an unknown header -4.\n\n");
+    out += QStringLiteral("%1 commands.\n\n").arg(scpiCommandCount());
+    out += QStringLiteral("| Id | Header | Query | Parameters | Reply |\n");
+    out += QStringLiteral("|---:|---|---|---|---|\n");
+    auto cell = [](const char* text)
+    {
+        const QString s = QString::fromUtf8(text);
+        return s.isEmpty() ? QStringLiteral("-")
+                           : QString(s).replace(QLatin1Char('|'), QStringLiteral("\\|"));
+    };
+    for (int i = 0; i < scpiCommandCount(); ++i)
+    {
+        const ScpiCommand& c = scpiCommands[i];
+        const QString pattern = QString::fromLatin1(c.pattern);
+        // Concatenated, not arg()-chained: descriptions may hold "%" texts.
+        out += QStringLiteral("| ") + QString::number(c.id) + QStringLiteral(" | `") + pattern +
+               QStringLiteral("` | ") +
+               (pattern.endsWith(QLatin1Char('?')) ? QStringLiteral("yes") : QStringLiteral("no")) +
+               QStringLiteral(" | ") + cell(c.parameters) + QStringLiteral(" | ") + cell(c.reply) +
+               QStringLiteral(" |\n");
+    }
+    return out;
+}

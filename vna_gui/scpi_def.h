@@ -1,0 +1,164 @@
+// The remote-control language: line assembly, command matching against the command table,
+// parameter readers and the reply buffers. It knows nothing of measurements; the command bodies
+// live behind the callback.
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+#include <complex>
+#include <functional>
+#include <vector>
+
+class QIODevice;
+
+// One row of the command table. The two description columns feed the generated reference.
+struct ScpiCommand
+{
+    const char* pattern;
+    int id;
+    const char* parameters;  // what the body reads, in order; empty when nothing
+    const char* reply;       // what a query answers; empty for setters
+};
+
+// The whole table, in id order.
+extern const ScpiCommand scpiCommands[];
+int scpiCommandCount();
+
+// One level of a compiled pattern.
+struct ScpiKeyword
+{
+    QString shortForm;
+    QString longForm;
+    bool optional = false;
+    bool hasSuffix = false;
+};
+
+// One compiled command.
+struct ScpiCallbackList
+{
+    QList<ScpiKeyword> keywords;
+    int id = 0;
+};
+
+QList<ScpiKeyword> buildCommandTree(const QString& pattern);
+// Short forms of a command's keywords, without the query keyword and without the last keyword:
+// where a following relative header starts.
+QStringList scpiCommandToPath(const ScpiCallbackList& command);
+bool matchCommand(const QString& header, const QList<ScpiKeyword>& keywords,
+                  const QStringList& path, QList<int>& suffixes);
+
+// The Markdown reference of the command table (the source of docs/scpi.md).
+QString scpiCommandReference();
+
+// Where the command log goes; the log window implements it.
+class ScpiLogSink
+{
+public:
+    virtual ~ScpiLogSink() = default;
+    virtual void AddCommand(const QString& text, bool isReply) = 0;
+};
+
+// Error details shared by all command bodies.
+extern const char* const scpiStrSuffixMissing;
+extern const char* const scpiStrInvalidSuffix;
+extern const char* const scpiStrInvalidChannelNumber;
+extern const char* const scpiStrInvalidMeasNumber;
+extern const char* const scpiStrInvalidWindowNumber;
+extern const char* const scpiStrChannelNotActive;
+
+// Unit texts of the formats.
+extern const char* const UnitStrU;
+extern const char* const UnitStrLogMag;
+extern const char* const UnitStrPhaseRad;
+extern const char* const UnitStrPhaseDeg;
+extern const char* const UnitStrGroupDelay;
+
+class Scpi
+{
+public:
+    Scpi();
+
+    void SetCallbackFunction(std::function<void(Scpi*)> fn) { callback = std::move(fn); }
+    void SetCommands(const ScpiCommand* table, int count);
+    // Not owned; null when nobody is connected. Replies are written here.
+    void SetSocket(QIODevice* device) { socket = device; }
+    // Not owned; may be null.
+    void SetLog(ScpiLogSink* sink) { log = sink; }
+
+    // Raw text from the socket: assembles lines and runs each complete one.
+    void SubmitInput(const QString& text);
+    // One complete line, without its line feed.
+    void Input(const QString& line);
+
+    int GetCommandId() const { return commandId; }
+    int ParameterCount() const { return parameters.size(); }
+
+    bool GetNextParameterString(QString& value, bool toLower);
+    bool GetNextParameterStringNoError(QString& value);
+    bool GetNextParameterInt(int& value, bool required = true);
+    bool GetNextParameterBool(bool& value);
+    bool GetNextParameterDouble(double& value);
+    bool GetNextParameterFreq(double& value);
+    bool GetNextParameterTime(double& value);
+    bool GetNextParameterFileName(QString& value);
+    bool GetNextParameterBinary(std::vector<unsigned char>& value);
+    bool GetNextParameterHexString(QString& value);
+
+    bool IsNextParameterMin() const;
+    bool IsNextParameterMax() const;
+    bool IsNextParameterUp() const;
+    bool IsNextParameterDown() const;
+
+    QStringList GetParameters();
+    QList<int> GetIntParameters();
+    bool GetNextCommandSuffix(int& value, int defaultValue);
+
+    void SubmitReply(const QString& text);
+    void SubmitReply(const char* text);
+    void SubmitReply(int value);
+    void SubmitReply(double value);
+    void SubmitReply(bool value);
+    void SubmitReply(const QVector<double>& values);
+    void SubmitReply(const QVector<double>& x, const QVector<double>& y);
+    void SubmitReply(const QVector<std::complex<double>>& values);
+
+    void CommitReply();
+    void FlushReply();
+
+private:
+    // A header token, lower-cased, with its trailing digits taken off as the suffix.
+    struct Token
+    {
+        QString word;
+        int suffix = -1;
+        bool hasDigits = false;
+    };
+    static Token splitToken(const QString& text);
+    static bool matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& keywords,
+                            QList<int>& suffixes);
+    friend bool matchCommand(const QString&, const QList<ScpiKeyword>&, const QStringList&,
+                             QList<int>&);
+
+    template <typename T, typename Convert>
+    bool readTyped(T& value, Convert convert, const char* errorText);
+    bool nextParameterMatches(const char* shortWord, const char* longWord) const;
+    void appendSeparator();
+
+    std::function<void(Scpi*)> callback;
+    QVector<ScpiCallbackList> commands;
+    // Rows by the forms of their first keyword, in table order, so a header is tried only
+    // against rows that can match it. Unused (empty) when some row's first keyword is optional.
+    QHash<QString, QVector<int>> rowsByFirstWord;
+    QStringList parameters;
+    QList<int> suffixes;
+    int commandId = 0;
+    QIODevice* socket = nullptr;
+    ScpiLogSink* log = nullptr;
+    QString lineBuffer;
+    QByteArray commandReply;
+    QByteArray lineReply;
+};
