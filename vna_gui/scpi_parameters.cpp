@@ -328,10 +328,6 @@ bool scpiParameterToMeas(Scpi* scpi, VNATraceMeas& meas)
 {
     return readEnum(scpi, kMeas, meas, QT_TRANSLATE_NOOP("Scpi", "Expected measurement parameter"));
 }
-QString measToText(VNATraceMeas meas)
-{
-    return valueToWord(kMeas, meas, QT_TRANSLATE_NOOP("Scpi", "Unknown meas"));
-}
 
 bool stringToTraceFormat(const QString& text, VNATraceFormat& format)
 {
@@ -340,10 +336,6 @@ bool stringToTraceFormat(const QString& text, VNATraceFormat& format)
 bool scpiParameterToTraceFormat(Scpi* scpi, VNATraceFormat& format)
 {
     return readEnum(scpi, kTraceFormat, format, QT_TRANSLATE_NOOP("Scpi", "Expected trace format"));
-}
-QString traceFormatToText(VNATraceFormat format)
-{
-    return valueToWord(kTraceFormat, format, QT_TRANSLATE_NOOP("Scpi", "Unknown format"));
 }
 
 bool stringToTraceHoldType(const QString& text, int& hold)
@@ -354,11 +346,6 @@ bool scpiParameterToTraceHoldType(Scpi* scpi, int& hold)
 {
     return readWord(scpi, kTraceHold, hold, QT_TRANSLATE_NOOP("Scpi", "Expected trace hold type"));
 }
-QString traceHoldTypeToText(int hold)
-{
-    return valueToWord(kTraceHold, hold, QT_TRANSLATE_NOOP("Scpi", "Unknown trace hold type"));
-}
-
 bool stringToTraceMathOp(const QString& text, int& op)
 {
     return wordToValue(kTraceMathOp, text, op);
@@ -368,11 +355,6 @@ bool scpiParameterToTraceMathOp(Scpi* scpi, int& op)
     return readWord(scpi, kTraceMathOp, op,
                     QT_TRANSLATE_NOOP("Scpi", "Expected trace math operation"));
 }
-QString traceMathOpToText(int op)
-{
-    return valueToWord(kTraceMathOp, op, QT_TRANSLATE_NOOP("Scpi", "Unknown trace math operation"));
-}
-
 bool stringToReference(const QString& text, VNAReference& reference)
 {
     return wordToEnum(kReference, text, reference);
@@ -586,12 +568,6 @@ bool scpiParameterToTraceScaleCoupling(Scpi* scpi, int& coupling)
     return readWord(scpi, kScaleCoupling, coupling,
                     QT_TRANSLATE_NOOP("Scpi", "Expected trace scale coupling"));
 }
-QString traceScaleCouplingToText(int coupling)
-{
-    return valueToWord(kScaleCoupling, coupling,
-                       QT_TRANSLATE_NOOP("Scpi", "Unknown trace scale coupling"));
-}
-
 int ScpiParamToErrTerm(const QString& text, bool& ok)
 {
     static const char* const kTerms[] = {"edf", "esf", "erf", "elf", "etf", "exf",

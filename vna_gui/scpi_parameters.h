@@ -41,22 +41,22 @@ QString markerCouplingMethodToString(int method);
 
 bool stringToMeas(const QString& text, VNATraceMeas& meas);
 bool scpiParameterToMeas(Scpi* scpi, VNATraceMeas& meas);
-QString measToText(VNATraceMeas meas);
+// measToText: see vna_trace.h
 
 bool stringToTraceFormat(const QString& text, VNATraceFormat& format);
 bool scpiParameterToTraceFormat(Scpi* scpi, VNATraceFormat& format);
-QString traceFormatToText(VNATraceFormat format);
+// traceFormatToText: see trace_formats.h
 
 // Trace hold: 0 off, 1 minimum, 2 maximum (values of VNATraceHold).
 bool stringToTraceHoldType(const QString& text, int& hold);
 bool scpiParameterToTraceHoldType(Scpi* scpi, int& hold);
-QString traceHoldTypeToText(int hold);
+// traceHoldTypeToText: see vna_trace.h
 
 // Trace math: 0 normal, 1 divide, 2 subtract, 3 add, 4 multiply, 5 data (values of
 // VNATraceMathOp).
 bool stringToTraceMathOp(const QString& text, int& op);
 bool scpiParameterToTraceMathOp(Scpi* scpi, int& op);
-QString traceMathOpToText(int op);
+// traceMathOpToText: see vna_trace.h
 
 bool stringToReference(const QString& text, VNAReference& reference);
 bool scpiParameterToReference(Scpi* scpi, VNAReference& reference);
@@ -125,7 +125,7 @@ QString triggerScopeToText(bool allChannels);
 // Scale coupling: 0 off, 1 plot, 2 all (values of VNATraceScaleCoupling).
 bool stringToTraceScaleCoupling(const QString& text, int& coupling);
 bool scpiParameterToTraceScaleCoupling(Scpi* scpi, int& coupling);
-QString traceScaleCouplingToText(int coupling);
+// traceScaleCouplingToText: see trace_formats.h
 
 // The twelve error-term names edf, esf, erf, elf, etf, exf, edr, esr, err, elr, etr, exr, in
 // this order, to the calibration's error-term index (CalSetErrTerm). ok false for anything else.

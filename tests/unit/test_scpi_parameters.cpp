@@ -372,8 +372,10 @@ void TestScpiParameters::wordTablesRoundTrip()
     QVERIFY(roundTrip(markerCouplingMethodToString, stringToMarkerCouplingMethod, 3, int()));
     QVERIFY(roundTrip(measToText, stringToMeas, 4, VNATraceMeas()));
     QVERIFY(roundTrip(traceFormatToText, stringToTraceFormat, 11, VNATraceFormat()));
-    QVERIFY(roundTrip(traceHoldTypeToText, stringToTraceHoldType, 3, int()));
-    QVERIFY(roundTrip(traceMathOpToText, stringToTraceMathOp, 6, int()));
+    QVERIFY(roundTrip([](int v) { return traceHoldTypeToText(VNATraceHold(v)); },
+                      stringToTraceHoldType, 3, int()));
+    QVERIFY(roundTrip([](int v) { return traceMathOpToText(VNATraceMathOp(v)); },
+                      stringToTraceMathOp, 6, int()));
     QVERIFY(roundTrip(referenceToText, stringToReference, 2, VNAReference()));
     QVERIFY(roundTrip(markerFunctionToText, stringToMarkerFunction, 5, int()));
     QVERIFY(roundTrip(markerTrackingFunctionToText, stringToMarkerTrackingFunction, 2, int()));
@@ -385,7 +387,9 @@ void TestScpiParameters::wordTablesRoundTrip()
     QVERIFY(roundTrip(gateShapeToText, stringToGateShape, 4, int()));
     QVERIFY(roundTrip(powerConfigToText, stringToPowerConfig, 4, VNAPowerConfig()));
     QVERIFY(roundTrip(sweepTypeToText, stringToSweepType, 3, VNASweepType()));
-    QVERIFY(roundTrip(traceScaleCouplingToText, stringToTraceScaleCoupling, 3, int()));
+    QVERIFY(roundTrip(
+        [](int v) { return traceScaleCouplingToText(VNATraceScaleCoupling(v)); },
+        stringToTraceScaleCoupling, 3, int()));
     for (bool b : {false, true})
     {
         bool back = !b;
@@ -399,7 +403,7 @@ void TestScpiParameters::wordTablesRoundTrip()
     QVERIFY(stringToTraceFormat(QStringLiteral("gdel"), format) && format == GroupDelay);
     QVERIFY(!stringToTraceFormat(QStringLiteral("GDEL"), format));
     QVERIFY(!stringToTraceFormat(QStringLiteral("gdela"), format));
-    QCOMPARE(traceHoldTypeToText(1), QStringLiteral("minimum"));
+    QCOMPARE(traceHoldTypeToText(HoldMin), QStringLiteral("minimum"));
     QCOMPARE(triggerScopeToText(false), QStringLiteral("active"));
     QCOMPARE(transformUnitsToText(1), QStringLiteral("metrs"));
     int units = 0;
