@@ -939,7 +939,8 @@ void VNATrace::LoadPreset(ApplicationSettings& s)
 
 // --- the chain -------------------------------------------------------------------------------
 
-TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df)
+TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df,
+                                    const VNAModel* model)
 {
     TraceCalcResult result;
     // Selection: copied into a buffer this trace owns, so later stages write without detaching.
@@ -949,7 +950,7 @@ TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df)
 
     if (equationEnabled)
     {
-        ApplyEquation(workData);
+        ApplyEquation(model, workData);
     }
     if (calSetViewEnabled)
     {
@@ -1001,7 +1002,7 @@ TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df)
     return result;
 }
 
-void VNATrace::ApplyEquation(CplxVector&)
+void VNATrace::ApplyEquation(const VNAModel*, CplxVector&)
 {
     // Hook for the equation language: evaluates `equation` over d and sets equationValid.
 }

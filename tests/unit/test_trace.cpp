@@ -572,6 +572,13 @@ void TestTrace::chainThroughModel()
     model.CalcTraces(0);
     QVERIFY(std::fabs(phase->y[50] - 0.0) < 1e-9);  // the held maximum stays
     QCOMPARE(SysErr::GetErrorCount(), 0);
+
+    // Imported data is shown as it was imported: the averaged data is not corrected over it.
+    ch.isImportedS2PData = true;
+    ch.MeasCal.Resize(n);
+    ch.MeasCal.S11.fill(cplx(0.0, 0.25));
+    model.CalcTraces(0);
+    QVERIFY(std::fabs(refl->y[0] - 0.25) < 1e-12);
 }
 
 void TestTrace::memoryAcrossSweepChanges()
