@@ -177,6 +177,11 @@ void TestTrace::mathWithMemory()
     // The memory's span must cover the live span.
     QVERIFY(!TraceMath(live, 0.9e9, 1.8e9, mem, 1e9, 2e9, MathData, true));
     QVERIFY(!TraceMath(live, 1.2e9, 2.1e9, mem, 1e9, 2e9, MathData, true));
+    // A one-point memory makes the memory step 0 / 0; whatever that yields, no crash and no
+    // read outside the memory.
+    CplxVector single(3, cplx(1, 0));
+    QVERIFY(TraceMath(single, 1e9, 1e9, {cplx(0.5, 0.5)}, 1e9, 1e9, MathAdd, true));
+    QCOMPARE(single.size(), 3);
     // The same span end to end gives the memory's own end points.
     CplxVector same(11);
     QVERIFY(TraceMath(same, 1e9, 2e9, mem, 1e9, 2e9, MathData, true));
