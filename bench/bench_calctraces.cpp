@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include <QMutexLocker>
+#include <QStandardPaths>
 #include <cmath>
 #include <complex>
 
@@ -88,4 +89,12 @@ BENCHMARK(BM_CalcTracesMathSmoothStats)
     ->Arg(64001)
     ->Unit(benchmark::kMicrosecond);
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    // The model reads preferences; keep a benchmark run away from the user's own files.
+    QStandardPaths::setTestModeEnabled(true);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
