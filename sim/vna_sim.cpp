@@ -517,11 +517,23 @@ std::string HandleCommand(const std::string& line)
         LOCKED;
         return "ok " + S().scene.Describe();
     }
+    if (w[0] == "status?" && w.size() == 1)
+    {
+        LOCKED;
+        int open = 0;
+        for (const Device& d : S().devices)
+        {
+            open += d.open ? 1 : 0;
+        }
+        const int sweeps = S().callCounts["vnaBeginSweep"] + S().callCounts["vnaGetSweep"];
+        return "ok open " + std::to_string(open) + " sweeps " + std::to_string(sweeps) +
+               (S().noise ? " noise on" : " noise off");
+    }
     if (w[0] == "help" && w.size() == 1)
     {
         return "ok connect port 1|2 nothing|short|open|load|sliding K|kit short|open|load "
                "[delay PS loss GOHM z0 OHM c0..c3 l0..l3]; connect thru [delay PS loss GOHM z0 "
-               "OHM]; load dut FILE; disconnect; noise on|off; seed N; reset; scene?";
+               "OHM]; load dut FILE; disconnect; noise on|off; seed N; reset; scene?; status?";
     }
     LOCKED;
     bool handled = false;
