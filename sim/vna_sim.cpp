@@ -362,6 +362,19 @@ void LogCall(const char* name, Args... args)
 
 #define LOCKED std::lock_guard<std::mutex> simLock(S().mutex)
 
+// Records a setting call and applies it to the device's pending settings, which take effect
+// with the next vnaReconfigure.
+template <typename Apply, typename... Args>
+void Set(const char* name, int handle, Apply apply, Args... args)
+{
+    LOCKED;
+    LogCall(name, handle, args...);
+    if (Device* d = Find(handle))
+    {
+        apply(d->pending);
+    }
+}
+
 int EnvPort()
 {
     const char* v = std::getenv("VNA_SIM_PORT");
@@ -747,67 +760,111 @@ extern "C"
         }
     }
 
-#define VNA_SIM_SETTER(name, body, ...)      \
-    {                                        \
-        LOCKED;                              \
-        LogCall(#name, handle, __VA_ARGS__); \
-        if (Device* d = Find(handle))        \
-        {                                    \
-            Config& c = d->pending;          \
-            body;                            \
-        }                                    \
+    void vnaSetDataType(int handle, int type, bool port2)
+    {
+        Set(
+            "vnaSetDataType", handle,
+            [&](Config& c)
+            {
+                c.dataType = type == 1 ? 1 : 0;
+                c.port2 = port2;
+            },
+            type, port2);
     }
 
-    void vnaSetDataType(int handle, int type, bool port2) VNA_SIM_SETTER(
-        vnaSetDataType, (c.dataType = type == 1 ? 1 : 0, c.port2 = port2), type, port2)
+    void vnaSweepSetPorts(int handle, bool fwd, bool rev)
+    {
+        Set(
+            "vnaSweepSetPorts", handle,
+            [&](Config& c)
+            {
+                c.fwd = fwd;
+                c.rev = rev;
+            },
+            fwd, rev);
+    }
 
-        void vnaSweepSetPorts(int handle, bool fwd,
-                              bool rev) VNA_SIM_SETTER(vnaSweepSetPorts, (c.fwd = fwd, c.rev = rev),
-                                                       fwd, rev)
+    void vnaSweepSetPoints(int handle, int points)
+    {
+        Set(
+            "vnaSweepSetPoints", handle,
+            [&](Config& c) { c.points = std::clamp(points, 0, 1 << 20); }, points);
+    }
 
-            void vnaSweepSetPoints(int handle, int points) VNA_SIM_SETTER(
-                vnaSweepSetPoints, c.points = std::clamp(points, 0, 1 << 20), points)
+    void vnaSweepSetStartStop(int handle, double start, double stop)
+    {
+        Set(
+            "vnaSweepSetStartStop", handle,
+            [&](Config& c)
+            {
+                c.start = start;
+                c.stop = stop;
+            },
+            start, stop);
+    }
 
-                void vnaSweepSetStartStop(int handle, double start, double stop) VNA_SIM_SETTER(
-                    vnaSweepSetStartStop, (c.start = start, c.stop = stop), start, stop)
+    void vnaSweepSetIFBandwidth(int handle, double hz)
+    {
+        Set(
+            "vnaSweepSetIFBandwidth", handle,
+            [&](Config& c) { c.ifbw = std::isfinite(hz) && hz > 0 ? hz : 1.0; }, hz);
+    }
 
-                    void vnaSweepSetIFBandwidth(int handle, double hz) VNA_SIM_SETTER(
-                        vnaSweepSetIFBandwidth, c.ifbw = std::isfinite(hz) && hz > 0 ? hz : 1.0, hz)
+    void vnaSweepSetRFEnabled(int handle, bool enabled)
+    {
+        Set(
+            "vnaSweepSetRFEnabled", handle, [&](Config& c) { c.rf = enabled; }, enabled);
+    }
 
-                        void vnaSweepSetRFEnabled(int handle, bool enabled)
-                            VNA_SIM_SETTER(vnaSweepSetRFEnabled, c.rf = enabled, enabled)
+    void vnaSweepSetAtten(int handle, int db)
+    {
+        Set(
+            "vnaSweepSetAtten", handle,
+            [&](Config& c)
+            {
+                c.atten = std::clamp(db, 0, 70);
+                c.levelled = false;
+            },
+            db);
+    }
 
-                                void vnaSweepSetAtten(int handle, int db) VNA_SIM_SETTER(
-                                    vnaSweepSetAtten,
-                                    (c.atten = std::clamp(db, 0, 70), c.levelled = false), db)
+    void vnaSweepSetLevel(int handle, double dbm)
+    {
+        Set(
+            "vnaSweepSetLevel", handle,
+            [&](Config& c)
+            {
+                c.level = std::isfinite(dbm) ? std::clamp(dbm, -60.0, 10.0) : -20.0;
+                c.levelled = true;
+            },
+            dbm);
+    }
 
-                                    void vnaSweepSetLevel(int handle, double dbm)
-                                        VNA_SIM_SETTER(vnaSweepSetLevel,
-                                                       (c.level = std::isfinite(dbm)
-                                                                      ? std::clamp(dbm, -60.0, 10.0)
-                                                                      : -20.0,
-                                                        c.levelled = true),
-                                                       dbm)
+    void vnaSweepSetHDR(int handle, bool hdr, bool hdrThru)
+    {
+        Set(
+            "vnaSweepSetHDR", handle,
+            [&](Config& c)
+            {
+                c.hdr = hdr || hdrThru;
+                c.hdrThru = hdrThru;
+            },
+            hdr, hdrThru);
+    }
 
-                                            void vnaSweepSetHDR(int handle, bool hdr, bool hdrThru)
-                                                VNA_SIM_SETTER(vnaSweepSetHDR,
-                                                               (c.hdr = hdr || hdrThru,
-                                                                c.hdrThru = hdrThru),
-                                                               hdr, hdrThru)
+    void vnaSweepSetSOLRModel(int handle, bool solr)
+    {
+        Set(
+            "vnaSweepSetSOLRModel", handle, [&](Config& c) { c.solr = solr; }, solr);
+    }
 
-                                                    void vnaSweepSetSOLRModel(int handle, bool solr)
-                                                        VNA_SIM_SETTER(vnaSweepSetSOLRModel,
-                                                                       c.solr = solr, solr)
+    void vnaForceSpurDodge(int handle, bool dodge)
+    {
+        Set(
+            "vnaForceSpurDodge", handle, [&](Config& c) { c.spurDodge = dodge; }, dodge);
+    }
 
-                                                            void vnaForceSpurDodge(int handle,
-                                                                                   bool dodge)
-                                                                VNA_SIM_SETTER(vnaForceSpurDodge,
-                                                                               c.spurDodge = dodge,
-                                                                               dodge)
-
-#undef VNA_SIM_SETTER
-
-                                                                    void vnaReconfigure(int handle)
+    void vnaReconfigure(int handle)
     {
         LOCKED;
         LogCall("vnaReconfigure", handle);
