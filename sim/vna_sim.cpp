@@ -522,7 +522,12 @@ std::string HandleCommand(const std::string& line)
     }
     if (w[0] == "reset" && w.size() == 1)
     {
-        vnaSimReset();
+        // A script must not take the instrument away from the running program: only the scene
+        // and the noise go back to their start.
+        LOCKED;
+        S().scene = Scene();
+        S().noise = true;
+        S().seeder.seed(kDefaultSeed);
         return "ok";
     }
     if ((w[0] == "scene?" || w[0] == "scene") && w.size() == 1)

@@ -692,9 +692,19 @@ private slots:
         const cplx zc = 1.0 / cplx(0.0, w * 40e-15);
         const cplx expected = (zc - 50.0) / (zc + 50.0) * std::polar(1.0, -2 * w * 20e-12);
         QVERIFY(std::abs(SceneAt(f).s22 - expected) < 1e-12);
-        QCOMPARE(ask("noise off"), QStringLiteral("ok"));
         QCOMPARE(ask("disconnect"), QStringLiteral("ok"));
         QCOMPARE(ask("scene?"), QStringLiteral("ok port 1 nothing, port 2 nothing"));
+        // A script's reset restores scene and noise but leaves the program its instrument.
+        VNADevice dev(&lib);
+        QVERIFY(dev.Connect());
+        QCOMPARE(ask("connect thru"), QStringLiteral("ok"));
+        QCOMPARE(ask("noise off"), QStringLiteral("ok"));
+        QVERIFY(ask("status?").startsWith("ok open 1 sweeps 0 noise off"));
+        QCOMPARE(ask("reset"), QStringLiteral("ok"));
+        QVERIFY(ask("status?").startsWith("ok open 1 sweeps 0 noise on"));
+        QCOMPARE(ask("scene?"), QStringLiteral("ok port 1 nothing, port 2 nothing"));
+        QVERIFY(dev.Connected() && dev.GetSerialNumber() > 0);
+        dev.Disconnect();
         ::close(fd);
     }
 
