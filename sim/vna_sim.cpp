@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -34,6 +35,8 @@ constexpr int kFirmwareVersion = 4;
 constexpr const char* kApiVersion = "1.4.0 (simulator)";
 constexpr int kDefaultPort = 5027;
 constexpr unsigned long long kDefaultSeed = 0x5eed;
+// A program polls many times a second for hours; the log keeps only the latest calls.
+constexpr size_t kCallLogLimit = 20000;
 // The instrument's fastest pace, 201 points in 70 ms per direction, and its settling at
 // narrow IF bandwidths.
 constexpr double kMinPointTime = 0.070 / 201.0;
@@ -276,7 +279,7 @@ struct Sim
     Scene scene;
     bool noise = true;
     std::mt19937_64 seeder{kDefaultSeed};
-    std::vector<std::string> callLog;
+    std::deque<std::string> callLog;  // the latest kCallLogLimit calls
     std::map<std::string, int> callCounts;
     int wantedPort = -2;  // -2: not chosen yet, take the environment or the default
     Clock::time_point powerOn = Clock::now();
@@ -357,6 +360,10 @@ void LogCall(const char* name, Args... args)
     (one(args), ...);
     s << ')';
     S().callLog.push_back(s.str());
+    if (S().callLog.size() > kCallLogLimit)
+    {
+        S().callLog.pop_front();
+    }
     ++S().callCounts[name];
 }
 

@@ -14,7 +14,7 @@ extern "C"
     // (always terminated) when reply is not null. Returns 0 on success, -1 on error.
     VNA_SIM_EXPORT int vnaSimCommand(const char* line, char* reply, int replySize);
 
-    // Trace noise, spurs and drift on (1) or off (0); off makes every sweep exact and repeatable.
+    // Trace noise and spurs on (1) or off (0); off makes every sweep exact and repeatable.
     VNA_SIM_EXPORT void vnaSimSetNoise(int on);
     VNA_SIM_EXPORT void vnaSimSetSeed(unsigned long long seed);
     // Closes every device, clears the scene (nothing on both ports), the call log, the flash
@@ -22,8 +22,8 @@ extern "C"
     VNA_SIM_EXPORT void vnaSimReset(void);
 
     // Calls of the device operations. The log holds one line per call, "name(arg,arg,...)",
-    // booleans as 0 and 1 and doubles with %.17g. vnaSimCallLog copies as much as fits and
-    // returns the full length.
+    // booleans as 0 and 1 and doubles with %.17g, for the latest 20000 calls. vnaSimCallLog
+    // copies as much as fits and returns the full length.
     VNA_SIM_EXPORT int vnaSimCallCount(const char* name);
     VNA_SIM_EXPORT int vnaSimCallLog(char* buffer, int size);
     VNA_SIM_EXPORT void vnaSimClearCallLog(void);
