@@ -364,7 +364,7 @@ TraceControlPanel::TraceControlPanel(MainWindow* window) : PanelBase(window)
             [this] { w->traceFormatChanged(format->GetCurrentData().toInt()); });
     connect(hold, &KXComboBox::comboIndexChanged, this,
             [this] { w->traceHoldChanged(hold->GetCurrentData().toInt()); });
-    connect(restartHold, &QPushButton::clicked, w, &MainWindow::traceHoldRestart);
+    connect(restartHold, &QPushButton::clicked, w, QOverload<>::of(&MainWindow::traceHoldRestart));
     connect(ref, valueEdited, w, &MainWindow::traceRefChanged);
     connect(div, valueEdited, w, &MainWindow::traceDivChanged);
     connect(refPos, valueEdited, w, &MainWindow::traceRefPosChanged);
@@ -508,7 +508,7 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     connect(autoRange, &QCheckBox::toggled, w, &MainWindow::traceStatsAutoRangeChanged);
     connect(rangeStart, freqEdited, w, &MainWindow::traceStatsStartChanged);
     connect(rangeStop, freqEdited, w, &MainWindow::traceStatsStopChanged);
-    connect(delay, valueEdited, w, &MainWindow::traceElecDelayChanged);
+    connect(delay, valueEdited, w, QOverload<double>::of(&MainWindow::traceElecDelayChanged));
     connect(magOffset, valueEdited, w, &MainWindow::traceMagOffsetChanged);
     connect(magSlope, valueEdited, w, &MainWindow::traceMagSlopeChanged);
     connect(phaseOffset, valueEdited, w, &MainWindow::tracePhaseOffsetChanged);

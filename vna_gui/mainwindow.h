@@ -145,10 +145,15 @@ public slots:
     void traceDeleteAll();
     void traceChannelChanged(int channel);
     void tracePlotChanged(int plot);
+    void tracePlotChanged(int trace, int plot);
     void traceMeasChanged(int meas);
+    void traceMeasChanged(int trace, int meas);
     void traceFormatChanged(int format);
+    void traceFormatChanged(int trace, int format);
     void traceHoldChanged(int hold);
+    void traceHoldChanged(int trace, int hold);
     void traceHoldRestart();
+    void traceHoldRestart(int trace);
     void traceRefChanged(double value);
     void traceDivChanged(double value);
     void traceRefPosChanged(double value);
@@ -171,6 +176,7 @@ public slots:
     void traceStatsStartChanged(Frequency f);
     void traceStatsStopChanged(Frequency f);
     void traceElecDelayChanged(double seconds);
+    void traceElecDelayChanged(int trace, double seconds);
     void traceMagOffsetChanged(double db);
     void traceMagSlopeChanged(double dbPerGHz);
     void tracePhaseOffsetChanged(double degrees);
@@ -208,7 +214,8 @@ private:
     void ResetToDefaultTrace();
     // Stops the loop, applies an edit to one channel's stimulus, and starts it again.
     void EditStimulus(int channel, const std::function<void(VNAStimulus&)>& edit);
-    // Applies an edit to the active trace under the trace lock, then recalculates its channel.
+    // Applies an edit to a trace under the trace lock, then recalculates its channel.
+    void EditTrace(int index, const std::function<void(VNATrace&)>& edit);
     void EditActiveTrace(const std::function<void(VNATrace&)>& edit);
     // Scale edits flow from the active trace to the traces the coupling reaches.
     void EditActiveScale(const std::function<void(VNATrace&)>& edit);

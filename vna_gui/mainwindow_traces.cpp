@@ -8,12 +8,12 @@
 #include "kx_widgets.h"
 #include "mainwindow.h"
 
-void MainWindow::EditActiveTrace(const std::function<void(VNATrace&)>& edit)
+void MainWindow::EditTrace(int index, const std::function<void(VNATrace&)>& edit)
 {
     int channel = -1;
     {
         QMutexLocker lock(&model.traceLock);
-        VNATrace* t = model.ActiveTrace();
+        VNATrace* t = model.traces.value(index, nullptr);
         if (!t)
         {
             return;
@@ -22,6 +22,11 @@ void MainWindow::EditActiveTrace(const std::function<void(VNATrace&)>& edit)
         channel = t->channel;
     }
     UpdateAll(channel);
+}
+
+void MainWindow::EditActiveTrace(const std::function<void(VNATrace&)>& edit)
+{
+    EditTrace(model.selectedTraceIndex, edit);
 }
 
 void MainWindow::EditActiveScale(const std::function<void(VNATrace&)>& edit)
@@ -154,16 +159,21 @@ void MainWindow::traceChannelChanged(int channel)
     UpdateAll(channel);
 }
 
-void MainWindow::tracePlotChanged(int plot)
+void MainWindow::tracePlotChanged(int trace, int plot)
 {
     if (!plots.value(plot))
     {
         return;
     }
-    EditActiveTrace([&](VNATrace& t) { t.SetPlot(plot); });
+    EditTrace(trace, [&](VNATrace& t) { t.SetPlot(plot); });
 }
 
-void MainWindow::traceMeasChanged(int meas)
+void MainWindow::tracePlotChanged(int plot)
+{
+    tracePlotChanged(model.selectedTraceIndex, plot);
+}
+
+void MainWindow::traceMeasChanged(int trace, int meas)
 {
     if (meas < S11 || meas > S22)
     {
@@ -171,31 +181,51 @@ void MainWindow::traceMeasChanged(int meas)
     }
     // A trace of the other direction may need the other sweep direction.
     MeasStop();
-    EditActiveTrace([&](VNATrace& t) { t.SetMeas(VNATraceMeas(meas)); });
+    EditTrace(trace, [&](VNATrace& t) { t.SetMeas(VNATraceMeas(meas)); });
     MeasStart();
 }
 
-void MainWindow::traceFormatChanged(int format)
+void MainWindow::traceMeasChanged(int meas)
+{
+    traceMeasChanged(model.selectedTraceIndex, meas);
+}
+
+void MainWindow::traceFormatChanged(int trace, int format)
 {
     if (format < 0 || format >= kTraceFormatCount)
     {
         return;
     }
-    EditActiveTrace([&](VNATrace& t) { t.SetFormat(VNATraceFormat(format)); });
+    EditTrace(trace, [&](VNATrace& t) { t.SetFormat(VNATraceFormat(format)); });
 }
 
-void MainWindow::traceHoldChanged(int hold)
+void MainWindow::traceFormatChanged(int format)
+{
+    traceFormatChanged(model.selectedTraceIndex, format);
+}
+
+void MainWindow::traceHoldChanged(int trace, int hold)
 {
     if (hold < HoldOff || hold > HoldMax)
     {
         return;
     }
-    EditActiveTrace([&](VNATrace& t) { t.SetHold(VNATraceHold(hold)); });
+    EditTrace(trace, [&](VNATrace& t) { t.SetHold(VNATraceHold(hold)); });
+}
+
+void MainWindow::traceHoldChanged(int hold)
+{
+    traceHoldChanged(model.selectedTraceIndex, hold);
+}
+
+void MainWindow::traceHoldRestart(int trace)
+{
+    EditTrace(trace, [](VNATrace& t) { t.HoldRestart(); });
 }
 
 void MainWindow::traceHoldRestart()
 {
-    EditActiveTrace([](VNATrace& t) { t.HoldRestart(); });
+    traceHoldRestart(model.selectedTraceIndex);
 }
 
 void MainWindow::traceRefChanged(double value)
@@ -343,9 +373,14 @@ void MainWindow::traceStatsStopChanged(Frequency f)
     EditActiveTrace([&](VNATrace& t) { t.statsStop = f.Get(); });
 }
 
+void MainWindow::traceElecDelayChanged(int trace, double seconds)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.elecDelay = seconds; });
+}
+
 void MainWindow::traceElecDelayChanged(double seconds)
 {
-    EditActiveTrace([&](VNATrace& t) { t.elecDelay = seconds; });
+    traceElecDelayChanged(model.selectedTraceIndex, seconds);
 }
 
 void MainWindow::traceMagOffsetChanged(double db)
