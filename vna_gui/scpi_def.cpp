@@ -702,7 +702,11 @@ QString scpiCommandReference()
         "- file name: in double quotes; it cannot contain `,` or `;`.\n"
         "- words: the short or the long form, case ignored; replies give the long form.\n\n"
         "A missing parameter queues -3 \"Expected parameter\"; a malformed one -2 with the "
-        "reader's text; an unknown header -4.\n\n");
+        "reader's text; an unknown header -4.\n\n"
+        "Suffixes: the first is the channel (1 to 8, 1 when not written), the second the "
+        "measurement of that channel (required), the third the marker (1 to 16, 1 when not "
+        "written); a window suffix (1 to 32) is required. A bad or missing number queues -7 and "
+        "the command does nothing; a query then answers nothing.\n\n");
     out += QStringLiteral("%1 commands.\n\n").arg(scpiCommandCount());
     out += QStringLiteral("| Id | Header | Query | Parameters | Reply |\n");
     out += QStringLiteral("|---:|---|---|---|---|\n");
