@@ -7,6 +7,7 @@
 #include <QVariant>
 #include <QtDebug>
 #include <algorithm>
+#include <utility>
 
 #include "error_log.h"
 #include "scpi_parameters.h"
@@ -307,7 +308,7 @@ void Scpi::Input(const QString& line)
         };
         if (rowsByFirstWord.isEmpty())
         {
-            for (const ScpiCallbackList& c : commands)
+            for (const ScpiCallbackList& c : std::as_const(commands))
             {
                 if (tryRow(c))
                 {
@@ -322,7 +323,7 @@ void Scpi::Input(const QString& line)
             {
                 for (int row : *rows)
                 {
-                    if (tryRow(commands[row]))
+                    if (tryRow(commands.at(row)))
                     {
                         break;
                     }
