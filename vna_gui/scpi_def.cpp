@@ -4,6 +4,7 @@
 #include <QIODevice>
 #include <QLoggingCategory>
 #include <QRegularExpression>
+#include <QVarLengthArray>
 #include <QVariant>
 #include <QtDebug>
 #include <algorithm>
@@ -123,6 +124,8 @@ Scpi::Token Scpi::splitToken(const QString& text)
 bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& keywords,
                        QList<int>& suffixes)
 {
+    // Suffixes are gathered aside and handed over only on a match: most rows fail late.
+    QVarLengthArray<int, 8> found;
     int k = 0;
     int t = 0;
     for (;;)
@@ -135,6 +138,10 @@ bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& k
                 {
                     return false;
                 }
+            }
+            for (int s : found)
+            {
+                suffixes.append(s);
             }
             return true;
         }
@@ -153,7 +160,7 @@ bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& k
         {
             if (keyword.hasSuffix)
             {
-                suffixes.append(token.suffix);
+                found.append(token.suffix);
             }
             ++t;
             ++k;
