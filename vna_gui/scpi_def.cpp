@@ -4,9 +4,11 @@
 #include <QIODevice>
 #include <QLoggingCategory>
 #include <QRegularExpression>
+#include <QVarLengthArray>
 #include <QVariant>
 #include <QtDebug>
 #include <algorithm>
+#include <utility>
 
 #include "error_log.h"
 #include "scpi_parameters.h"
@@ -122,6 +124,8 @@ Scpi::Token Scpi::splitToken(const QString& text)
 bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& keywords,
                        QList<int>& suffixes)
 {
+    // Suffixes are gathered aside and handed over only on a match: most rows fail late.
+    QVarLengthArray<int, 8> found;
     int k = 0;
     int t = 0;
     for (;;)
@@ -134,6 +138,10 @@ bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& k
                 {
                     return false;
                 }
+            }
+            for (int s : found)
+            {
+                suffixes.append(s);
             }
             return true;
         }
@@ -152,7 +160,7 @@ bool Scpi::matchTokens(const QVector<Token>& tokens, const QList<ScpiKeyword>& k
         {
             if (keyword.hasSuffix)
             {
-                suffixes.append(token.suffix);
+                found.append(token.suffix);
             }
             ++t;
             ++k;
@@ -307,7 +315,7 @@ void Scpi::Input(const QString& line)
         };
         if (rowsByFirstWord.isEmpty())
         {
-            for (const ScpiCallbackList& c : commands)
+            for (const ScpiCallbackList& c : std::as_const(commands))
             {
                 if (tryRow(c))
                 {
@@ -322,7 +330,7 @@ void Scpi::Input(const QString& line)
             {
                 for (int row : *rows)
                 {
-                    if (tryRow(commands[row]))
+                    if (tryRow(commands.at(row)))
                     {
                         break;
                     }
@@ -702,7 +710,11 @@ QString scpiCommandReference()
         "- file name: in double quotes; it cannot contain `,` or `;`.\n"
         "- words: the short or the long form, case ignored; replies give the long form.\n\n"
         "A missing parameter queues -3 \"Expected parameter\"; a malformed one -2 with the "
-        "reader's text; an unknown header -4.\n\n");
+        "reader's text; an unknown header -4.\n\n"
+        "Suffixes: the first is the channel (1 to 8, 1 when not written), the second the "
+        "measurement of that channel (required), the third the marker (1 to 16, 1 when not "
+        "written); a window suffix (1 to 32) is required. A bad or missing number queues -7 and "
+        "the command does nothing; a query then answers nothing.\n\n");
     out += QStringLiteral("%1 commands.\n\n").arg(scpiCommandCount());
     out += QStringLiteral("| Id | Header | Query | Parameters | Reply |\n");
     out += QStringLiteral("|---:|---|---|---|---|\n");

@@ -482,12 +482,23 @@ void TestScpi::lineAssembly()
     h.scpi.SubmitInput(QStringLiteral("N?\n"));
     QCOMPARE(h.socket.data(), QByteArray("ID\nID\nID\n"));
 
+    // Input arriving while a body waits (as *OPC? does) runs nested and is answered first.
+    h.socket.buffer().clear();
+    h.socket.seek(0);
+    h.bodies[IdOf("*OPC?")] = [](Scpi* s)
+    {
+        s->SubmitInput(QStringLiteral("*IDN?\n"));
+        s->SubmitReply(1);
+    };
+    h.scpi.SubmitInput(QStringLiteral("*OPC?\n"));
+    QCOMPARE(h.socket.data(), QByteArray("ID\n1\n"));
+
     // An empty line is run and logged as empty.
     h.log.entries.clear();
     h.scpi.SubmitInput(QStringLiteral("\n\r\n"));
     QCOMPARE(h.log.entries.size(), 2);
     QCOMPARE(h.log.entries[0], qMakePair(QString(), false));
-    QCOMPARE(h.dispatched.size(), 3);
+    QCOMPARE(h.dispatched.size(), 5);
     QCOMPARE(SysErr::GetErrorCount(), 0);
 }
 
