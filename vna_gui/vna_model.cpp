@@ -436,23 +436,162 @@ void VNAModel::CalcTraces(int channel)
     {
         return;
     }
-    QMutexLocker lock(&traceLock);
-    VNAChannel& ch = *channels[channel];
-    const double f0 = ch.stimulus.start;
-    const double df = ch.stimulus.StepSize();
-    bool prepared = false;
-    for (VNATrace* t : traces)
+    bool controlsChanged = false;
+    bool transformScaleChanged = false;
     {
-        if (!t || t->channel != channel)
+        QMutexLocker lock(&traceLock);
+        VNAChannel& ch = *channels[channel];
+        const double f0 = ch.stimulus.start;
+        const double df = ch.stimulus.StepSize();
+        bool prepared = false;
+        for (int i = 0; i < traces.size(); ++i)
         {
-            continue;
+            VNATrace* t = traces[i];
+            if (!t || t->channel != channel)
+            {
+                continue;
+            }
+            // Correction, port extension and fixtures do not depend on the trace: once a pass.
+            if (!prepared)
+            {
+                PrepareChannelData(ch);
+                prepared = true;
+            }
+            const TraceCalcResult r = t->Calculate(ch, f0, df);
+            controlsChanged |= r.mathReset;
+            transformScaleChanged |= r.transformScaleChanged && i == selectedTraceIndex;
+            CoupleTrackedMarkers(*t, i);
         }
-        // The corrected and processed data do not depend on the trace: compute them once.
-        if (!prepared)
-        {
-            PrepareChannelData(ch);
-            prepared = true;
-        }
-        t->Calculate(ch.processed, f0, df);
     }
+    // Emitted after the lock is released: a direct connection may read the traces again.
+    if (controlsChanged)
+    {
+        emit updateControlsSignal();
+    }
+    if (transformScaleChanged)
+    {
+        emit updateTransformAutoScaleSignal();
+    }
+}
+
+void VNAModel::CoupleTrackedMarkers(const VNATrace& trace, int traceIndex)
+{
+    for (int m = 0; m < VNATrace::kMarkerCount; ++m)
+    {
+        if (trace.markers[m].tracking != MarkerTrackingOff)
+        {
+            // Hook for marker coupling: the tracked marker carries its position to the
+            // markers of the coupled traces.
+            Q_UNUSED(traceIndex);
+        }
+    }
+}
+
+void VNAModel::traceStoreMem(VNATrace* trace)
+{
+    {
+        QMutexLocker lock(&traceLock);
+        if (!trace || !traces.contains(trace) || !IsValidChannelIndex(trace->channel))
+        {
+            return;
+        }
+        VNAChannel& ch = *channels[trace->channel];
+        QMutexLocker measLock(&ch.measLock);
+        trace->mem = ch.processed;
+        trace->memStart = ch.stimulus.start;
+        trace->memStop = ch.stimulus.stop;
+        trace->hasMem = true;
+    }
+    emit updateControlsSignal();
+    emit updatePlotsSignal();
+}
+
+void VNAModel::traceAutoScale(VNATrace* trace)
+{
+    {
+        QMutexLocker lock(&traceLock);
+        if (!trace || !traces.contains(trace))
+        {
+            return;
+        }
+        trace->AutoScale();
+    }
+    traceScaleCouplingHelper();
+}
+
+void VNAModel::traceDefaultScale(VNATrace* trace)
+{
+    {
+        QMutexLocker lock(&traceLock);
+        if (!trace || !traces.contains(trace))
+        {
+            return;
+        }
+        trace->LoadDefaultScale();
+    }
+    traceScaleCouplingHelper();
+}
+
+void VNAModel::traceAutoScaleAll()
+{
+    {
+        QMutexLocker lock(&traceLock);
+        for (VNATrace* t : traces)
+        {
+            if (t)
+            {
+                t->AutoScale();
+            }
+        }
+    }
+    emit updateControlsSignal();
+    emit updatePlotsSignal();
+}
+
+void VNAModel::traceDefaultScaleAll()
+{
+    {
+        QMutexLocker lock(&traceLock);
+        for (VNATrace* t : traces)
+        {
+            if (t)
+            {
+                t->LoadDefaultScale();
+            }
+        }
+    }
+    emit updateControlsSignal();
+    emit updatePlotsSignal();
+}
+
+void VNAModel::traceScaleCouplingHelper()
+{
+    if (scaleCoupling == ScaleCouplingOff)
+    {
+        return;
+    }
+    {
+        QMutexLocker lock(&traceLock);
+        const VNATrace* active = ActiveTrace();
+        if (!active)
+        {
+            return;
+        }
+        for (VNATrace* t : traces)
+        {
+            if (!t || t == active || t->format != active->format)
+            {
+                continue;
+            }
+            if (scaleCoupling == ScaleCouplingAll ||
+                (scaleCoupling == ScaleCouplingPlot && t->plot == active->plot))
+            {
+                *t->ref() = *active->ref();
+                *t->div() = *active->div();
+                *t->refPos() = *active->refPos();
+            }
+        }
+    }
+    emit updateControlsSignal();
+    emit updatePlotsSignal();
 }

@@ -42,7 +42,17 @@ public:
     bool SingleSweepPending() const;
 
     // --- trace chain ------------------------------------------------------------------------
+    // Runs the chain for every trace of the channel under traceLock. Emits updateControlsSignal
+    // when a trace dropped a memory that no longer fits the sweep.
     void CalcTraces(int channel);
+    // Stores the channel's processed data as the trace's memory (trace lock, then channel lock).
+    void traceStoreMem(VNATrace* trace);
+    void traceAutoScale(VNATrace* trace);
+    void traceDefaultScale(VNATrace* trace);
+    void traceAutoScaleAll();
+    void traceDefaultScaleAll();
+    // Copies the active trace's scale to the traces of its format that the coupling reaches.
+    void traceScaleCouplingHelper();
 
     // --- channels and traces ----------------------------------------------------------------
     VNAChannel* ActiveChannel() const { return channels.value(activeChannelIndex, nullptr); }
@@ -104,6 +114,8 @@ private:
     void ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
     // Steps of the chain that depend on the channel only, computed once per pass.
     void PrepareChannelData(VNAChannel& channel);
+    // Last step of the chain: tracked markers of the trace carry over to coupled traces.
+    void CoupleTrackedMarkers(const VNATrace& trace, int traceIndex);
 
     std::thread measThread;
     std::atomic<bool> measRunning{false};

@@ -1,59 +1,337 @@
-// One displayed curve: an S-parameter of a channel carried through the calculation chain.
+// One displayed curve: an S-parameter of a channel carried through the calculation chain into the
+// two double vectors that plots, markers, tests and remote queries read.
 #pragma once
 
+#include <QMutex>
 #include <QString>
 #include <QVector>
 #include <cstdint>
 
 #include "network_parameters.h"
+#include "trace_formats.h"
 
-enum VNATraceFormat : int32_t
-{
-    LinMag = 0,
-    LogMag = 1,
-    PhaseRad = 2,
-    PhaseDeg = 3,
-    UnwrappedPhase = 4,
-    SWR = 5,
-    SmithRI = 6,
-    SmithGB = 7,
-    Real = 8,
-    Imag = 9,
-    GroupDelay = 10
-};
+class ApplicationSettings;
+class VNAChannel;
 
 QString VNATraceMeasToStr(VNATraceMeas meas);
+QString measToText(VNATraceMeas meas);
 bool VNATraceIsPort1(VNATraceMeas meas);
+
+// Stored as integers in files: never renumber.
+enum VNATraceHold : int32_t
+{
+    HoldOff = 0,
+    HoldMin = 1,
+    HoldMax = 2
+};
+QString VNATraceHoldToStr(VNATraceHold hold);
+QString traceHoldTypeToText(VNATraceHold hold);
+
+// Stored as integers in files: never renumber.
+enum VNATraceMathOp : int32_t
+{
+    MathOff = 0,
+    MathDivide = 1,
+    MathSubtract = 2,
+    MathAdd = 3,
+    MathMultiply = 4,
+    MathData = 5
+};
+QString VNATraceMathToString(VNATraceMathOp op);
+QString traceMathOpToText(VNATraceMathOp op);
+
+// Combines live data d with memory m. False when the memory cannot be laid over the live sweep;
+// d is then left as it was.
+bool TraceMath(CplxVector& d, double start, double stop, const CplxVector& m, double memStart,
+               double memStop, VNATraceMathOp op, bool interpolate);
+
+// Min, max, mean and deviation of v[i0..i1]; false (outputs untouched) with fewer than 3 points.
+bool TraceStatistics(const QVector<double>& v, int i0, int i1, double& min, double& max,
+                     double& mean, double& stdDev);
+
+// --- records owned by the trace and filled in by the marker, limit and transform stages -------
+
+enum VNAMarkerTrackingFunction : int32_t
+{
+    MarkerTrackingOff = 0,
+    MarkerTrackingPeak = 1
+};
+
+struct VNAMarker
+{
+    bool enabled = false;
+    int32_t index = 0;
+    double f = 1e9;
+    double t = 0.0;
+    double x = 1e9;
+    double y = 0.0;
+    bool timeMarker = false;
+    bool fixed = false;
+    bool delta = false;
+    double threshold = -100.0;
+    double excursion = 3.0;
+    VNAMarkerTrackingFunction tracking = MarkerTrackingOff;
+
+    void SavePreset(ApplicationSettings& settings) const;
+    void LoadPreset(ApplicationSettings& settings);
+};
+
+// The marker's reading: impedance or admittance in the Smith formats, its Y otherwise.
+QString GetMarkerPosString(const VNAMarker& marker, VNATraceFormat format);
+
+enum VNALimitType : int32_t
+{
+    LimitOff = 0,
+    LimitMin = 1,
+    LimitMax = 2
+};
+
+struct VNALimitRange
+{
+    VNALimitType type = LimitMax;
+    double startFreq = 0.0;
+    double stopFreq = 40e9;
+    double startOffset = 0.0;
+    double stopOffset = 0.0;
+};
+
+enum VNARippleLimitType : int32_t
+{
+    RippleOff = 0,
+    RippleAbsolute = 1,
+    RippleMargin = 2
+};
+
+struct VNARippleLimitRange
+{
+    VNARippleLimitType type = RippleAbsolute;
+    double startFreq = 0.0;
+    double stopFreq = 40e9;
+    double maxRipple = 0.0;
+};
+
+struct VNARippleMeas
+{
+    double min = 0.0;
+    double max = 0.0;
+    bool pass = false;
+};
+
+enum VNATransformType : int32_t
+{
+    TransformBandpass = 0,
+    TransformLowpassStep = 1,
+    TransformLowpassImpulse = 2
+};
+enum VNATransformWindow : int32_t
+{
+    WindowMinimum = 0,
+    WindowNormal = 1,
+    WindowMaximum = 2,
+    WindowCustom = 3
+};
+enum VNATransformMarkerMode : int32_t
+{
+    MarkerModeAuto = 0,
+    MarkerModeReflection = 1,
+    MarkerModeTransmission = 2
+};
+enum VNATransformUnits : int32_t
+{
+    UnitsTime = 0,
+    UnitsMeters = 1,
+    UnitsFeet = 2,
+    UnitsInches = 3
+};
+
+struct VNATransformSettings
+{
+    VNATransformType type = TransformBandpass;
+    VNATransformWindow window = WindowNormal;
+    double beta = 6.0;
+    VNATransformMarkerMode markerMode = MarkerModeAuto;
+    VNATransformUnits units = UnitsTime;
+    double velocityFactor = 1.0;
+    bool autoScale = true;
+    double start = -40e-9;
+    double stop = 40e-9;
+};
+
+// One format's scale: the value at the reference line, the size of a division, and the reference
+// line's position in divisions below the top of the ten-division graticule.
+struct VNAScaleTriple
+{
+    double ref = 0.0;
+    double div = 1.0;
+    double refPos = 0.0;
+};
+
+struct VNATraceStats
+{
+    bool valid = false;
+    double min = 0.0;
+    double max = 0.0;
+    double mean = 0.0;
+    double stdDev = 0.0;
+};
+
+// A mutex that a copied trace gets fresh: traces are copied by value with their ranges, never
+// with a lock's state.
+struct TraceMutex
+{
+    TraceMutex() = default;
+    TraceMutex(const TraceMutex&) {}
+    TraceMutex& operator=(const TraceMutex&) { return *this; }
+    mutable QMutex mutex;
+};
+
+// What one pass of the chain asks the model to tell the interface.
+struct TraceCalcResult
+{
+    bool mathReset = false;
+    bool transformScaleChanged = false;
+};
 
 class VNATrace
 {
 public:
-    void SetChannel(int c)
-    {
-        channel = c;
-        holdRestart = true;
-    }
-    void SetMeas(VNATraceMeas m)
-    {
-        meas = m;
-        holdRestart = true;
-    }
-    void SetPlot(int p) { plot = p; }
-    void SetFormat(VNATraceFormat f)
-    {
-        format = f;
-        holdRestart = true;
-    }
-    void HoldRestart() { holdRestart = true; }
-    QString GetNameString() const { return VNATraceMeasToStr(meas); }
+    static constexpr int kMarkerCount = 16;
+    static constexpr int kReferenceMarker = 15;
 
-    // Runs the per-trace part of the chain on the channel's processed data.
-    void Calculate(const SParameters& processed, double f0, double df);
+    VNATrace();
+
+    void SetChannel(int c);
+    void SetMeas(VNATraceMeas m);
+    void SetHold(VNATraceHold h);
+    void SetSmoothing(bool enabled);
+    void HoldRestart() { holdRestart = true; }
+    // Keeps the held curve: only the plot that shows it changes.
+    void SetPlot(int p) { plot = p; }
+    void SetFormat(VNATraceFormat f);
+
+    // Hold logic: replaces or folds the new curve into the held one.
+    void SetTrace(const QVector<double>& newX, const QVector<double>& newY);
+    void SmoothTrace();
+    void ClearMathMemory();
+    VNATraceStats GetStatistics(const QVector<double>& freq) const;
+    QString GetNameString() const;
+    void Export(const QString& path) const;
+
+    // The scale triple of the current format. Never null; Real/Imag and the two Smith formats
+    // share one triple each.
+    double* ref() { return &ScaleFor(format).ref; }
+    double* div() { return &ScaleFor(format).div; }
+    double* refPos() { return &ScaleFor(format).refPos; }
+    const double* ref() const { return &ScaleFor(format).ref; }
+    const double* div() const { return &ScaleFor(format).div; }
+    const double* refPos() const { return &ScaleFor(format).refPos; }
+    VNAScaleTriple& ScaleFor(VNATraceFormat f);
+    const VNAScaleTriple& ScaleFor(VNATraceFormat f) const;
+    // Ignores an exact zero, which would collapse the graticule.
+    void SetDiv(double d);
+    QString GetRefDivString() const;
+    void AutoScale();
+    void LoadDefaultScale();
+
+    void SavePreset(ApplicationSettings& settings) const;
+    void LoadPreset(ApplicationSettings& settings);
+
+    // Steps of the chain after the channel's processed data is ready (selection onwards).
+    TraceCalcResult Calculate(const VNAChannel& ch, double f0, double df);
 
     QVector<double> x, y;
+    QVector<double> memX, memY;
+    QString name;
+    bool useName = false;
+    bool hasMem = false;
+    VNATraceMathOp mathOp = MathOff;
+    bool mathInterpolate = true;
+    bool showMemTrace = false;
+    SParameters mem;
+    double memStart = 0.0;
+    double memStop = 0.0;
+    bool smoothEnabled = false;
+    double smoothPercent = 1.0;
+    double elecDelay = 0.0;
+    bool equationEnabled = false;
+    QString equation;
+    bool equationValid = false;
+    bool statsEnabled = false;
+    bool statsAutoRange = true;
+    double statsStart = 0.0;
+    double statsStop = 40e9;
+    VNATraceStats stats;
+    double offsetMag = 0.0;
+    double offsetMagSlope = 0.0;
+    double offsetPhase = 0.0;
+    bool bwSearchEnabled = false;
+    double bwSearchLimit = -3.0;
+    bool bwSearchTracking = false;
+    bool bwFound = false;
+    double bwPeakFreq = 0.0;
+    double bwPeakValue = 0.0;
+    double bwLowFreq = 0.0;
+    double bwLowValue = 0.0;
+    double bwHighFreq = 0.0;
+    double bwHighValue = 0.0;
     int channel = 0;
     int plot = 0;
     VNATraceMeas meas = S11;
     VNATraceFormat format = LogMag;
+    VNATraceHold hold = HoldOff;
     bool holdRestart = true;
+    QString unitRef = QStringLiteral("dB");
+    QString unitDiv = QStringLiteral("dB");
+    VNAScaleTriple linMagScale, logMagScale, phaseRadScale, phaseDegScale, unwrappedPhaseScale,
+        swrScale, smithScale, realScale, grpDlyScale;
+    bool limitTest = false;
+    bool limitShow = true;
+    bool limitSound = false;
+    // Guards limitRanges.
+    TraceMutex limitLock;
+    QVector<VNALimitRange> limitRanges;
+    bool limitPass = true;
+    bool rippleTest = false;
+    bool rippleShow = true;
+    // Guards rippleRanges and rippleMeas.
+    TraceMutex rippleLock;
+    QVector<VNARippleLimitRange> rippleRanges;
+    QVector<VNARippleMeas> rippleMeas;
+    bool ripplePass = false;
+    bool transformEnabled = false;
+    VNATransformSettings transform;
+    bool gateEnabled = false;
+    int32_t gateType = 0;
+    int32_t gateShape = 1;
+    double gateStart = -40e-9;
+    double gateStop = 40e-9;
+    int activeMarker = 0;
+    VNAMarker markers[kMarkerCount];
+    bool calSetViewEnabled = false;
+    int32_t calSetDisplay = 0;
+    int32_t calSetStdTerm = 0;
+    int32_t calSetErrTerm = 0;
+
+private:
+    // Hold logic on buffers the caller gives up: swapped in rather than copied.
+    void TakeTrace(QVector<double>& newX, QVector<double>& newY);
+    // Stages that later features fill in; each passes the data on unchanged until then.
+    void ApplyEquation(CplxVector& d);
+    void ApplyCalSetView(const VNAChannel& ch, CplxVector& d);
+    void ApplyGate(CplxVector& d, double f0, double df);
+    // Fills xs and points ds at the data to carry on with; true if the transform changed the
+    // stored display span.
+    bool ApplyTransform(const VNAChannel& ch, CplxVector& d, QVector<double>& xs, CplxVector*& ds,
+                        double f0, double df);
+    void ApplyDelayAndOffsets(CplxVector& ds, double f0, double df) const;
+    void BuildMemoryCurve();
+    void RunLimitTest();
+    void RunRippleTest();
+    void PerformBandwidthSearch();
+    void UpdateMarkers();
+
+    // Work buffers reused from pass to pass, so a sweep allocates nothing in steady state.
+    CplxVector workData;
+    CplxVector workMem;
+    QVector<double> workX, workMemX, outX, outY, workSum;
 };
