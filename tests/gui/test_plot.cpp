@@ -120,9 +120,6 @@ QImage Render(VNAPlot& plot, QSize size = kSize)
     QImage img(size, QImage::Format_ARGB32_Premultiplied);
     img.fill(Qt::transparent);
     plot.render(&img);
-    static int shot = 0;
-    if (qEnvironmentVariableIsSet("PLOT_DUMP"))
-        img.save(QString("/tmp/plotwork/shot%1.png").arg(shot++));
     return img;
 }
 
