@@ -176,7 +176,8 @@ double ToLogMag(std::complex<double> v)
     const double p = re * re + im * im;
     if (p >= std::numeric_limits<double>::min())
     {
-        return 10.0 * std::log10(p);
+        // 10 / ln 10 times the natural log: the same level, at a fraction of log10's cost.
+        return 4.342944819032518 * std::log(p);
     }
     if (re == 0.0 && im == 0.0)
     {

@@ -1,8 +1,8 @@
 #include "vna_model.h"
 
+#include <pthread.h>
 #include <QDebug>
 #include <QMutexLocker>
-#include <pthread.h>
 
 #include <chrono>
 
@@ -457,7 +457,7 @@ void VNAModel::CalcTraces(int channel)
                 PrepareChannelData(ch);
                 prepared = true;
             }
-            const TraceCalcResult r = t->Calculate(ch, f0, df);
+            const TraceCalcResult r = t->Calculate(ch, f0, df, this);
             controlsChanged |= r.mathReset;
             transformScaleChanged |= r.transformScaleChanged && i == selectedTraceIndex;
             CoupleTrackedMarkers(*t, i);

@@ -21,9 +21,10 @@ QString Tr(const char* text)
 bool ResampleMemory(const CplxVector& d, double start, double stop, const CplxVector& m,
                     double memStart, double memStop, bool interpolate, CplxVector& out)
 {
+    const bool sameSweep = d.size() == m.size() && start == memStart && stop == memStop;
     if (!interpolate)
     {
-        if (d.size() != m.size() || start != memStart || stop != memStop)
+        if (!sameSweep)
         {
             return false;
         }
@@ -33,6 +34,12 @@ bool ResampleMemory(const CplxVector& d, double start, double stop, const CplxVe
     if (memStart > start || stop > memStop)
     {
         return false;
+    }
+    if (sameSweep && m.size() > 1)
+    {
+        // The live points are the memory's points: resampling would only return them again.
+        out = m;
+        return true;
     }
     const int n = d.size();
     const int mn = m.size();
@@ -64,6 +71,23 @@ bool ResampleMemory(const CplxVector& d, double start, double stop, const CplxVe
     return true;
 }
 
+// d / m. The plain formula where it is safe, the library's complex division (with its recovery
+// of infinities and scaling against overflow) where it is not.
+inline std::complex<double> Divide(std::complex<double> d, std::complex<double> m)
+{
+    const double den = m.real() * m.real() + m.imag() * m.imag();
+    if (den >= 1e-150 && den <= 1e150)
+    {
+        const double re = (d.real() * m.real() + d.imag() * m.imag()) / den;
+        const double im = (d.imag() * m.real() - d.real() * m.imag()) / den;
+        if (std::isfinite(re) && std::isfinite(im))
+        {
+            return {re, im};
+        }
+    }
+    return d / m;
+}
+
 bool TraceMathWith(CplxVector& d, double start, double stop, const CplxVector& m, double memStart,
                    double memStop, VNATraceMathOp op, bool interpolate, CplxVector& scratch)
 {
@@ -83,7 +107,7 @@ bool TraceMathWith(CplxVector& d, double start, double stop, const CplxVector& m
         case MathDivide:
             for (int i = 0; i < n; ++i)
             {
-                dp[i] = dp[i] / mp[i];
+                dp[i] = Divide(dp[i], mp[i]);
             }
             break;
         case MathSubtract:
@@ -296,16 +320,46 @@ bool TraceStatistics(const QVector<double>& v, int i0, int i1, double& min, doub
     }
     const int n = i1 - i0;
     const double* p = v.constData() + i0;
-    sig::MinMax(p, n + 1, min, max);
+    // Four independent lanes: the loop is bound by the latency of min, max and add otherwise.
+    double lo[4] = {p[0], p[0], p[0], p[0]};
+    double hi[4] = {p[0], p[0], p[0], p[0]};
+    double sum[4] = {0.0, 0.0, 0.0, 0.0};
+    int i = 0;
+    for (; i + 3 <= n; i += 4)
+    {
+        for (int k = 0; k < 4; ++k)
+        {
+            lo[k] = std::min(lo[k], p[i + k]);
+            hi[k] = std::max(hi[k], p[i + k]);
+            sum[k] += p[i + k];
+        }
+    }
+    for (; i <= n; ++i)
+    {
+        lo[0] = std::min(lo[0], p[i]);
+        hi[0] = std::max(hi[0], p[i]);
+        sum[0] += p[i];
+    }
+    min = std::min(std::min(lo[0], lo[1]), std::min(lo[2], lo[3]));
+    max = std::max(std::max(hi[0], hi[1]), std::max(hi[2], hi[3]));
     // n + 1 values summed and divided by n, and the deviation over n + 1: the defined readings.
-    mean = sig::Sum(p, n + 1) / n;
-    double sq = 0.0;
-    for (int i = 0; i <= n; ++i)
+    mean = ((sum[0] + sum[1]) + (sum[2] + sum[3])) / n;
+    double sq[4] = {0.0, 0.0, 0.0, 0.0};
+    i = 0;
+    for (; i + 3 <= n; i += 4)
+    {
+        for (int k = 0; k < 4; ++k)
+        {
+            const double e = p[i + k] - mean;
+            sq[k] += e * e;
+        }
+    }
+    for (; i <= n; ++i)
     {
         const double e = p[i] - mean;
-        sq += e * e;
+        sq[0] += e * e;
     }
-    stdDev = std::sqrt(sq / (n + 1));
+    stdDev = std::sqrt(((sq[0] + sq[1]) + (sq[2] + sq[3])) / (n + 1));
     return true;
 }
 
@@ -546,6 +600,17 @@ void VNATrace::SmoothTrace()
         const int lo = std::max(i - half, 0);
         const int hi = std::min(i + half, size - 1);
         dst[i] = (sum[hi + 1] - sum[lo]) / (hi - lo + 1);
+        if (lo > 0 && hi < size - 1 && i + 1 < size - half)
+        {
+            // Inside the edges every window is full: one reciprocal serves them all.
+            const double inv = 1.0 / (2 * half + 1);
+            const int end = size - 1 - half;
+            for (++i; i < end; ++i)
+            {
+                dst[i] = (sum[i + half + 1] - sum[i - half]) * inv;
+            }
+            --i;
+        }
     }
 }
 
@@ -874,7 +939,8 @@ void VNATrace::LoadPreset(ApplicationSettings& s)
 
 // --- the chain -------------------------------------------------------------------------------
 
-TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df)
+TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df,
+                                    const VNAModel* model)
 {
     TraceCalcResult result;
     // Selection: copied into a buffer this trace owns, so later stages write without detaching.
@@ -884,7 +950,7 @@ TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df)
 
     if (equationEnabled)
     {
-        ApplyEquation(workData);
+        ApplyEquation(model, workData);
     }
     if (calSetViewEnabled)
     {
@@ -936,7 +1002,7 @@ TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df)
     return result;
 }
 
-void VNATrace::ApplyEquation(CplxVector&)
+void VNATrace::ApplyEquation(const VNAModel*, CplxVector&)
 {
     // Hook for the equation language: evaluates `equation` over d and sets equationValid.
 }

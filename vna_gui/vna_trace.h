@@ -12,6 +12,7 @@
 
 class ApplicationSettings;
 class VNAChannel;
+class VNAModel;
 
 QString VNATraceMeasToStr(VNATraceMeas meas);
 QString measToText(VNATraceMeas meas);
@@ -236,8 +237,10 @@ public:
     void SavePreset(ApplicationSettings& settings) const;
     void LoadPreset(ApplicationSettings& settings);
 
-    // Steps of the chain after the channel's processed data is ready (selection onwards).
-    TraceCalcResult Calculate(const VNAChannel& ch, double f0, double df);
+    // Steps of the chain after the channel's processed data is ready (selection onwards). The
+    // model is there for the stages that read other traces or channels, and may be null.
+    TraceCalcResult Calculate(const VNAChannel& ch, double f0, double df,
+                              const VNAModel* model = nullptr);
 
     QVector<double> x, y;
     QVector<double> memX, memY;
@@ -316,7 +319,7 @@ private:
     // Hold logic on buffers the caller gives up: swapped in rather than copied.
     void TakeTrace(QVector<double>& newX, QVector<double>& newY);
     // Stages that later features fill in; each passes the data on unchanged until then.
-    void ApplyEquation(CplxVector& d);
+    void ApplyEquation(const VNAModel* model, CplxVector& d);
     void ApplyCalSetView(const VNAChannel& ch, CplxVector& d);
     void ApplyGate(CplxVector& d, double f0, double df);
     // Fills xs and points ds at the data to carry on with; true if the transform changed the

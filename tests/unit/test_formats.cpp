@@ -39,7 +39,6 @@ private slots:
     void unwrappingAndGroupDelay();
     void autoScaleRules();
     void scaleTriplesFollowTheFormat();
-    void textsAndUnits();
     void markerValueTexts();
 };
 
@@ -265,28 +264,6 @@ void TestFormats::scaleTriplesFollowTheFormat()
     t.LoadDefaultScale();
     t.SetFormat(LogMag);
     QCOMPARE(*t.div(), 10.0);
-}
-
-void TestFormats::textsAndUnits()
-{
-    QCOMPARE(VNATraceFormatToTruncStr(SmithGB), QStringLiteral("Smith (G+jB)"));
-    QCOMPARE(traceFormatToText(SmithGB), QStringLiteral("sadmittance"));
-    QCOMPARE(traceFormatToText(VNATraceFormat(11)), QStringLiteral("Unknown format"));
-    QCOMPARE(VNATraceFormatToTruncStr(VNATraceFormat(11)), QString());
-    QCOMPARE(GetFormatResolution(VNATraceFormat(42)), 1.0);
-    QCOMPARE(GetFormatResolution(PhaseRad), M_PI / 8);
-    QCOMPARE(GetUnitString(UnwrappedPhase), kDeg);
-    QCOMPARE(GetUnitString(GroupDelay), QStringLiteral("ns"));
-    QCOMPARE(traceScaleCouplingToText(VNATraceScaleCoupling(3)),
-             QStringLiteral("Unknown trace scale coupling"));
-    QCOMPARE(traceHoldTypeToText(HoldMax), QStringLiteral("maximum"));
-    QCOMPARE(traceHoldTypeToText(VNATraceHold(3)), QStringLiteral("Unknown trace hold type"));
-    QCOMPARE(VNATraceMathToString(MathData), QStringLiteral("Data"));
-    QCOMPARE(traceMathOpToText(MathOff), QStringLiteral("normal"));
-    QCOMPARE(traceMathOpToText(VNATraceMathOp(6)), QStringLiteral("Unknown trace math operation"));
-    QCOMPARE(measToText(VNATraceMeas(4)), QStringLiteral("Unknown meas"));
-    QCOMPARE(VNATraceMeasToStr(VNATraceMeas(4)), QString());
-    QVERIFY(VNATraceIsPort1(S21) && !VNATraceIsPort1(S12));
 }
 
 void TestFormats::markerValueTexts()
