@@ -42,54 +42,37 @@ bool Lit(QRgb p)
     return qRed(p) > 50 || qGreen(p) > 50 || qBlue(p) > 50;
 }
 
-// True when a pixel of the colour lies within r pixels of (x, y).
-bool ColorAround(const QImage& img, double x, double y, const QColor& c, int r = 2)
+// True when some pixel within r pixels of (x, y) passes the test.
+template <typename Pred>
+bool AnyAround(const QImage& img, double x, double y, int r, Pred pred)
 {
     for (int dy = -r; dy <= r; ++dy)
     {
         for (int dx = -r; dx <= r; ++dx)
         {
-            const int px = int(std::floor(x)) + dx, py = int(std::floor(y)) + dy;
-            if (img.rect().contains(px, py) && Tinted(img.pixel(px, py), c))
+            const QPoint p(int(std::floor(x)) + dx, int(std::floor(y)) + dy);
+            if (img.rect().contains(p) && pred(img.pixel(p)))
             {
                 return true;
             }
         }
     }
     return false;
+}
+
+bool ColorAround(const QImage& img, double x, double y, const QColor& c, int r = 2)
+{
+    return AnyAround(img, x, y, r, [&](QRgb p) { return Tinted(p, c); });
 }
 
 bool BrightAround(const QImage& img, double x, double y, int r = 2)
 {
-    int best = 0;
-    for (int dy = -r; dy <= r; ++dy)
-    {
-        for (int dx = -r; dx <= r; ++dx)
-        {
-            const int px = int(std::floor(x)) + dx, py = int(std::floor(y)) + dy;
-            if (img.rect().contains(px, py))
-            {
-                best = std::max(best, qGray(img.pixel(px, py)));
-            }
-        }
-    }
-    return best > 170;
+    return AnyAround(img, x, y, r, [](QRgb p) { return qGray(p) > 170; });
 }
 
 bool LitAround(const QImage& img, double x, double y, int r = 2)
 {
-    for (int dy = -r; dy <= r; ++dy)
-    {
-        for (int dx = -r; dx <= r; ++dx)
-        {
-            const int px = int(std::floor(x)) + dx, py = int(std::floor(y)) + dy;
-            if (img.rect().contains(px, py) && Lit(img.pixel(px, py)))
-            {
-                return true;
-            }
-        }
-    }
-    return false;
+    return AnyAround(img, x, y, r, Lit);
 }
 
 // Share of lit pixels along one row between two columns.
@@ -144,6 +127,7 @@ private slots:
     void sweepArrowClampedInward();
     void labelsHitTestAndHover();
     void backgroundHighlight();
+    void overlayLightensDropTargets();
     void markerAndReferenceDrags();
     void wheelKeysAndMenuSlots();
     void readoutBlocks();
@@ -310,6 +294,11 @@ void TestPlot::traceCurveAndLimitLines()
         t->limitShow = true;
         t->limitRanges = {VNALimitRange{LimitMax, 1.2e9, 1.8e9, 5.0, 5.0},
                           VNALimitRange{LimitOff, 1.2e9, 1.8e9, -65.0, -65.0}};
+        // The ripple band is centred on what was measured in its range.
+        t->rippleTest = true;
+        t->rippleShow = true;
+        t->rippleRanges = {VNARippleLimitRange{RippleAbsolute, 1.2e9, 1.4e9, 20.0}};
+        t->rippleMeas = {VNARippleMeas{-75.0, -55.0, true}};
     }
     VNAPlot plot(*model, 0);
     const QImage img = Render(plot);
@@ -328,6 +317,9 @@ void TestPlot::traceCurveAndLimitLines()
     QVERIFY(ColorAround(img, px(1.5e9), py(5.0), color, 1));
     QVERIFY(!ColorAround(img, px(1.3e9), py(-65.0), color, 2));
     QVERIFY(!ColorAround(img, px(1.9e9), py(5.0), color, 2));  // past the range's end
+    QVERIFY(ColorAround(img, px(1.3e9), py(-55.0), color, 1));
+    QVERIFY(ColorAround(img, px(1.3e9), py(-75.0), color, 1));
+    QVERIFY(!ColorAround(img, px(1.3e9), py(-65.0), color, 3));
 }
 
 void TestPlot::smithAndAdmittanceCharts()
@@ -481,6 +473,29 @@ void TestPlot::backgroundHighlight()
         model->traces[1] = nullptr;  // one trace in all
     }
     QCOMPARE(QColor(Render(plot).pixel(corner)), ColorPrefs::Get().background);
+}
+
+void TestPlot::overlayLightensDropTargets()
+{
+    QWidget host;
+    host.resize(200, 100);
+    Overlay overlay(&host, QColor(0, 0, 200));
+    overlay.resize(200, 100);
+    overlay.dropValid = true;
+    overlay.dropRect = QRect(10, 10, 30, 30);
+    overlay.globalDropValid = true;
+    overlay.globalDropRect = QRect(overlay.mapToGlobal(QPoint(120, 50)), QSize(40, 30));
+    QImage img(200, 100, QImage::Format_ARGB32_Premultiplied);
+    img.fill(Qt::black);
+    overlay.render(&img);
+    const QColor base(img.pixel(80, 80));
+    QCOMPARE(base, QColor(0, 0, 200));
+    for (const QPoint p : {QPoint(20, 20), QPoint(140, 60)})
+    {
+        const QColor lit(img.pixel(p));
+        QVERIFY(lit.red() > 100 && lit.blue() > 200);  // white at alpha 150 over the colour
+    }
+    QCOMPARE(QColor(img.pixel(100, 20)), base);
 }
 
 void TestPlot::markerAndReferenceDrags()
@@ -812,31 +827,17 @@ void TestPlot::settingsStoreRoundTrips()
     QTemporaryDir dir;
     {
         ApplicationSettings s(dir.filePath("rt.ini"));
-        s.Save("Group/flag", true);
-        s.Save("Group/value", -2.5e-7);
-        s.Save("Group/name", QStringLiteral("x=y; z"));
         s.SaveList("list", QList<int>{3});
     }
     ApplicationSettings s(dir.filePath("rt.ini"));
-    bool flag = false, missingFlag = true;
-    double value = 0.0;
-    QString name;
-    s.BeginGroup("Group");
-    s.Load("flag", flag);
-    s.Load("value", value);
-    s.Load("name", name);
-    s.Load("missing", missingFlag);
-    s.EndGroup();
-    QCOMPARE(flag, true);
-    QCOMPARE(value, -2.5e-7);
-    QCOMPARE(name, QStringLiteral("x=y; z"));
-    QCOMPARE(missingFlag, true);
     QList<int> list{9, 9, 9};  // replaced, not appended to
     s.LoadList("list", list);
     QCOMPARE(list, QList<int>{3});
     s.LoadList("absent", list);
     QVERIFY(list.isEmpty());
-    QVERIFY(s.Load("absent").isNull());
+    bool flag = true;  // a missing key keeps the caller's value
+    s.Load("absent", flag);
+    QCOMPARE(flag, true);
 
     // Folders are created on the way.
     QVERIFY(QFileInfo(GetFactoryCalFolder()).isDir());
