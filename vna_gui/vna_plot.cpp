@@ -401,7 +401,7 @@ void VNAPlot::DrawTrace(VNAPainter& p, int index, int place, bool& rectGridDone,
     DrawLabel(p, *t, index, place);
     if (index == localActiveTrace && !smith)
     {
-        DrawAxisTexts(p, *t, ch, yTop, D, v.xMin, v.xMax);
+        DrawAxisTexts(p, *t, ch, v.xMin, v.xMax);
     }
     DrawReadouts(p, *t, index, cur);
     DrawTitle(p);
@@ -545,15 +545,15 @@ void VNAPlot::DrawLabel(VNAPainter& p, const VNATrace& t, int index, int place)
     labelPos.append({index, box});
 }
 
-void VNAPlot::DrawAxisTexts(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double yTop,
-                            double div, double xMin, double xMax)
+void VNAPlot::DrawAxisTexts(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double xMin,
+                            double xMax)
 {
-    Q_UNUSED(yTop);
     const QPen saved = p.pen();
     p.SetPenColor(ColorPrefs::Get().text);
     const QRectF& r = plotRect;
     const double P = *t.refPos();
     const double R = *t.ref();
+    const double div = *t.div();
     for (int i = 0; i <= kDivisions; ++i)
     {
         const double value = P * div + R - div * i;
@@ -1112,7 +1112,7 @@ void VNAPlot::contextMenuEvent(QContextMenuEvent* event)
     {
         if (other)
         {
-            const int number = other->GetPlotNumber();
+            const int number = other->Number();
             connect(item(plotMenu, QString::asprintf("%d", number + 1), number == onPlot, "Plot",
                          number),
                     &QAction::triggered, this, &VNAPlot::tracePlotSelected);

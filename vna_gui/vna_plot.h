@@ -98,7 +98,6 @@ public:
     VNAPlot(VNAModel& model, int number, QWidget* parent = nullptr);
 
     int Number() const { return plotNumber; }
-    int GetPlotNumber() const { return plotNumber; }
     void SetPlotNumber(int number);
     void SetTitle(const QString& title);
     QString GetTitle() const { return title; }
@@ -184,8 +183,8 @@ private:
     void DrawSmithGraticule(VNAPainter& p, const View& v, bool admittance);
     void DrawSmithChart(VNAPainter& p);
     void DrawLabel(VNAPainter& p, const VNATrace& t, int index, int place);
-    void DrawAxisTexts(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double yTop,
-                       double div, double xMin, double xMax);
+    void DrawAxisTexts(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double xMin,
+                       double xMax);
     void DrawReadouts(VNAPainter& p, const VNATrace& t, int index, Cursors& cur);
     void DrawTitle(VNAPainter& p);
     void DrawCurves(VNAPainter& p, const VNATrace& t, const View& v, const QColor& color);
