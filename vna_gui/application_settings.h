@@ -37,7 +37,8 @@ public:
         setValue(key, QVariant::fromValue(v));
     }
 
-    // Missing keys and unconvertible values leave `v` as it was: every caller's defaults rely on it.
+    // A missing key leaves `v` as it was: every caller's defaults rely on it. A stored value that
+    // does not convert reads as T's null value (0 for a number given text).
     template <typename T>
     void Load(const QString& key, T& v) const
     {

@@ -1,0 +1,86 @@
+// Plot benchmarks: one paint of a 1600 by 1000 plot with four traces, at 64001 and at 201 points,
+// rendered offscreen into an image.
+#include <benchmark/benchmark.h>
+
+#include <QApplication>
+#include <QImage>
+#include <QMutexLocker>
+#include <QStandardPaths>
+#include <cmath>
+
+#include "vna_lib.h"
+#include "vna_model.h"
+#include "vna_plot.h"
+#include "vna_trace.h"
+
+namespace
+{
+// Four noisy traces, with markers, so the paint does everything an operator normally sees.
+void FillModel(VNAModel& model, int points)
+{
+    VNAChannel& ch = *model.channels[0];
+    ch.stimulus.start = 40e6;
+    ch.stimulus.stop = 40e9;
+    ch.stimulus.points = points;
+    QMutexLocker lock(&model.traceLock);
+    quint32 seed = 1;
+    for (int k = 0; k < 4; ++k)
+    {
+        int index = 0;
+        VNATrace* t = model.InternalCreateTrace(index);
+        t->SetChannel(0);
+        t->SetPlot(0);
+        t->SetMeas(VNATraceMeas(k));
+        t->SetFormat(LogMag);
+        t->x.resize(points);
+        t->y.resize(points);
+        for (int i = 0; i < points; ++i)
+        {
+            seed = seed * 1664525u + 1013904223u;
+            t->x[i] = 40e6 + (40e9 - 40e6) * i / (points - 1);
+            t->y[i] = -20.0 * k - 10.0 * std::sin(i * 20.0 / points) + (seed % 1000) * 1e-3;
+        }
+        for (int m = 0; m < 2; ++m)
+        {
+            VNAMarker& mk = t->markers[m];
+            mk.enabled = true;
+            mk.index = points / 3 * (m + 1);
+            mk.x = mk.f = t->x[mk.index];
+            mk.y = t->y[mk.index];
+        }
+    }
+    ch.MeasAvg.positionStart = points / 2;
+    ch.MeasAvg.positionEnd = points / 2 + 10;
+}
+
+void BM_PlotPaint(benchmark::State& state)
+{
+    const int points = int(state.range(0));
+    VnaLib none;
+    VNAModel model(&none);
+    FillModel(model, points);
+    VNAPlot plot(model, 0);
+    plot.resize(1600, 1000);
+    QImage image(1600, 1000, QImage::Format_ARGB32_Premultiplied);
+    for (auto _ : state)
+    {
+        plot.render(&image);
+        benchmark::ClobberMemory();
+    }
+    state.SetLabel("4 traces, 1600x1000");
+}
+BENCHMARK(BM_PlotPaint)->Arg(64001)->Arg(201)->Unit(benchmark::kMillisecond);
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QStandardPaths::setTestModeEnabled(true);
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,107 @@
+#include "color_prefs.h"
+
+#include "application_settings.h"
+
+namespace
+{
+const char kGroup[] = "ColorPrefs";
+
+int WrapIndex(int index)
+{
+    const int i = index % ColorPrefs::kTraceColorCount;
+    return i < 0 ? i + ColorPrefs::kTraceColorCount : i;
+}
+
+void LoadColor(ApplicationSettings& s, const QString& key, QColor& color)
+{
+    const QVariant v = s.Load(key);
+    if (v.type() == QVariant::Color)
+    {
+        color = v.value<QColor>();
+    }
+}
+}  // namespace
+
+ColorPrefs& ColorPrefs::Get()
+{
+    static ColorPrefs prefs;
+    return prefs;
+}
+
+// Saving waits for the preferences dialog: until colours can be edited, writing them back at exit
+// would only copy the defaults into the user's file.
+ColorPrefs::ColorPrefs()
+{
+    LoadDefaultsDark();
+    Load();
+}
+
+void ColorPrefs::LoadDefaultsDark()
+{
+    accent = QColor(QStringLiteral("#19808f"));
+    background = QColor(0, 0, 0);
+    activeBackground = QColor(20, 20, 30);
+    text = QColor(255, 255, 255);
+    graticule = QColor(255, 255, 255);
+    const QColor traces[kTraceColorCount] = {
+        QColor(Qt::yellow),  QColor(Qt::magenta), QColor(0, 255, 0),
+        QColor(Qt::cyan),    QColor(Qt::red),     QColor(42, 212, 255),
+        QColor(181, 137, 0), QColor(0, 128, 0),   QColor(255, 255, 255)};
+    std::copy(traces, traces + kTraceColorCount, traceColors);
+}
+
+void ColorPrefs::LoadDefaultsLight()
+{
+    accent = QColor(QStringLiteral("#4d6081"));
+    background = QColor(255, 255, 255);
+    activeBackground = QColor(250, 250, 255);
+    text = QColor(0, 0, 0);
+    graticule = QColor(0, 0, 0);
+    const QColor traces[kTraceColorCount] = {
+        QColor(Qt::red),     QColor(Qt::green),     QColor(Qt::blue),
+        QColor(Qt::cyan),    QColor(Qt::magenta),   QColor(Qt::yellow),
+        QColor(Qt::darkRed), QColor(Qt::darkGreen), QColor(Qt::darkBlue)};
+    std::copy(traces, traces + kTraceColorCount, traceColors);
+}
+
+void ColorPrefs::Load()
+{
+    ApplicationSettings s(GetPreferencesIniPath());
+    s.BeginGroup(QLatin1String(kGroup));
+    LoadColor(s, QStringLiteral("Accent"), accent);
+    LoadColor(s, QStringLiteral("Background"), background);
+    LoadColor(s, QStringLiteral("ActiveBackground"), activeBackground);
+    LoadColor(s, QStringLiteral("Text"), text);
+    LoadColor(s, QStringLiteral("Graticule"), graticule);
+    for (int i = 0; i < kTraceColorCount; ++i)
+    {
+        LoadColor(s, QString::asprintf("Trace%d", i + 1), traceColors[i]);
+    }
+    s.EndGroup();
+}
+
+void ColorPrefs::Save() const
+{
+    ApplicationSettings s(GetPreferencesIniPath());
+    s.BeginGroup(QLatin1String(kGroup));
+    s.setValue(QStringLiteral("Accent"), accent);
+    s.setValue(QStringLiteral("Background"), background);
+    s.setValue(QStringLiteral("ActiveBackground"), activeBackground);
+    s.setValue(QStringLiteral("Text"), text);
+    s.setValue(QStringLiteral("Graticule"), graticule);
+    for (int i = 0; i < kTraceColorCount; ++i)
+    {
+        s.setValue(QString::asprintf("Trace%d", i + 1), traceColors[i]);
+    }
+    s.EndGroup();
+}
+
+QColor ColorPrefs::GetTraceColor(int index) const
+{
+    return traceColors[WrapIndex(index)];
+}
+
+void ColorPrefs::SetTraceColor(int index, const QColor& color)
+{
+    traceColors[WrapIndex(index)] = color;
+}
