@@ -132,6 +132,8 @@ void MainWindow::InitMenuBar()
     QMenu* utilities = menuBar()->addMenu(tr("Utilities"));
     connect(utilities->addAction(tr("Error Info")), &QAction::triggered, this,
             &MainWindow::showErrorInfo);
+    connect(utilities->addAction(tr("SCPI Log")), &QAction::triggered, this,
+            &MainWindow::showSCPILog);
 }
 
 void MainWindow::populateConnectMenu()
