@@ -1,0 +1,47 @@
+// Small dense matrix helpers of the error-term solvers.
+#pragma once
+
+#include <QtGlobal>
+#include <complex>
+
+// Inverse of a row-major 3 by 3 matrix by the adjugate over the determinant (expanded along the
+// first row). Two standards with the same ideal reflection at a point make the system singular:
+// debug builds stop on that; release builds go on and the inverse becomes non-finite.
+template <typename T>
+bool InvertMatrix_3x3(const T* in, T* out)
+{
+    const T& a = in[0];
+    const T& b = in[1];
+    const T& c = in[2];
+    const T& d = in[3];
+    const T& e = in[4];
+    const T& f = in[5];
+    const T& g = in[6];
+    const T& h = in[7];
+    const T& k = in[8];
+
+    const T A = e * k - f * h;
+    const T B = -(d * k - f * g);
+    const T C = d * h - e * g;
+    const T det = a * A + b * B + c * C;
+    if (det == T(0))
+    {
+        Q_ASSERT(false);
+    }
+    const T r = T(1) / det;
+
+    out[0] = A * r;
+    out[1] = -(b * k - c * h) * r;
+    out[2] = (b * f - c * e) * r;
+    out[3] = B * r;
+    out[4] = (a * k - c * g) * r;
+    out[5] = -(a * f - c * d) * r;
+    out[6] = C * r;
+    out[7] = -(a * h - b * g) * r;
+    out[8] = (a * e - b * d) * r;
+    return true;
+}
+
+// c = a b for row-major 2 by 2 complex matrices. c may not alias a or b.
+void Mat2x2_mult(const std::complex<double>* a, const std::complex<double>* b,
+                 std::complex<double>* c);
