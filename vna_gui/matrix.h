@@ -4,6 +4,31 @@
 #include <QtGlobal>
 #include <complex>
 
+// a / b. Ordinary divisors take the short road; zero, infinite, not-a-number and extreme ones
+// go through the library's division with its handling of infinities.
+inline std::complex<double> CplxDiv(std::complex<double> a, std::complex<double> b)
+{
+    const double d = b.real() * b.real() + b.imag() * b.imag();
+    if (d > 1e-290 && d < 1e290)
+    {
+        const double r = 1.0 / d;
+        return std::complex<double>((a.real() * b.real() + a.imag() * b.imag()) * r,
+                                    (a.imag() * b.real() - a.real() * b.imag()) * r);
+    }
+    return a / b;
+}
+
+template <typename T>
+T Reciprocal(const T& x)
+{
+    return T(1) / x;
+}
+
+inline std::complex<double> Reciprocal(const std::complex<double>& x)
+{
+    return CplxDiv(1.0, x);
+}
+
 // Inverse of a row-major 3 by 3 matrix by the adjugate over the determinant (expanded along the
 // first row). Two standards with the same ideal reflection at a point make the system singular:
 // debug builds stop on that; release builds go on and the inverse becomes non-finite.
@@ -28,7 +53,7 @@ bool InvertMatrix_3x3(const T* in, T* out)
     {
         Q_ASSERT(false);
     }
-    const T r = T(1) / det;
+    const T r = Reciprocal(det);
 
     out[0] = A * r;
     out[1] = -(b * k - c * h) * r;

@@ -23,15 +23,6 @@ QString Tr(const char* text)
     return QCoreApplication::translate("VNACalibration", text);
 }
 
-// Quotient without the library's infinity bookkeeping: the hot loops divide finite values, and
-// a zero divisor still gives a non-finite result.
-inline cplx FastDiv(cplx a, cplx b)
-{
-    const double d = b.real() * b.real() + b.imag() * b.imag();
-    return cplx((a.real() * b.real() + a.imag() * b.imag()) / d,
-                (a.imag() * b.real() - a.real() * b.imag()) / d);
-}
-
 inline double WrapPi(double d)
 {
     if (d > kPi)
@@ -98,18 +89,67 @@ Pick LocateWithBandBreak(const QVector<double>& x, double q)
     return p;
 }
 
-inline cplx Read(const Pick& p, const CplxVector& y)
+// Locates a rising sequence of queries, starting each search where the last one ended.
+class BandBreakLocator
 {
-    if (p.size == 0 || y.size() != p.size)
+public:
+    explicit BandBreakLocator(const QVector<double>& freqs) : x(freqs) {}
+
+    Pick At(double q)
     {
-        return cplx(0.0, 0.0);
+        const int n = x.size();
+        // The usual case: q in the cursor's interval or the next one, away from the ends.
+        for (int i = cursor; i < cursor + 2 && i + 1 < n; ++i)
+        {
+            if (i > 0 && i + 2 < n && x[i] <= q && q < x[i + 1])
+            {
+                cursor = i;
+                Pick p;
+                p.size = n;
+                p.i0 = i;
+                p.i1 = i + 1;
+                p.t = (q - x[i]) / (x[i + 1] - x[i]);
+                return p;
+            }
+        }
+        const Pick p = LocateWithBandBreak(x, q);
+        cursor = p.i0;
+        return p;
     }
-    if (p.t == 0.0)
+
+private:
+    const QVector<double>& x;
+    int cursor = 0;
+};
+
+// One measured vector read through the picks of its frequency list; a vector of another length
+// (an empty isolation vector, say) reads as 0.
+class MeasView
+{
+public:
+    MeasView() = default;
+    MeasView(const CplxVector& y, int listSize)
+        : data(y.constData()), valid(listSize > 0 && y.size() == listSize)
     {
-        return y[p.i0];
     }
-    return InterpolateCplx(y[p.i0], y[p.i1], p.t);
-}
+
+    cplx operator()(const Pick& p) const
+    {
+        if (!valid)
+        {
+            return cplx(0.0, 0.0);
+        }
+        if (p.t == 0.0)
+        {
+            return data[p.i0];
+        }
+        return InterpolateCplx(data[p.i0], data[p.i1], p.t);
+    }
+
+private:
+    const cplx* data = nullptr;
+    bool valid = false;
+};
 
 // The standard that serves one role at each frequency, found without copying standards per point.
 class RoleStandards
@@ -165,8 +205,8 @@ void SolveForwardThru(cplx edf, cplx esf, cplx erf, cplx exf, cplx t11, cplx t21
     const cplx D = T.t11 * T.t22 - T.t12 * T.t21;
     const cplx Q = erf * D - (esf * D - T.t22) * (edf - t11);
     const cplx R = t11 * (esf * T.t11 - 1.0) + edf - esf * edf * T.t11 + T.t11 * erf;
-    elf = R / Q;
-    etf = (esf * (T.t11 - elf * D) + elf * T.t22 - 1.0) * (exf - t21) / T.t21;
+    elf = CplxDiv(R, Q);
+    etf = CplxDiv((esf * (T.t11 - elf * D) + elf * T.t22 - 1.0) * (exf - t21), T.t21);
 }
 
 void SolveReverseThru(cplx edr, cplx esr, cplx err, cplx exr, cplx t22, cplx t12, const Thru& T,
@@ -175,8 +215,8 @@ void SolveReverseThru(cplx edr, cplx esr, cplx err, cplx exr, cplx t22, cplx t12
     const cplx D = T.t11 * T.t22 - T.t12 * T.t21;
     const cplx Q = err * D + (T.t11 - esr * D) * (edr - t22);
     const cplx R = t22 * (esr * T.t22 - 1.0) + edr - esr * edr * T.t22 + T.t22 * err;
-    elr = R / Q;
-    etr = (esr * T.t22 + elr * (T.t11 - esr * D) - 1.0) * (exr - t12) / T.t12;
+    elr = CplxDiv(R, Q);
+    etr = CplxDiv((esr * T.t22 + elr * (T.t11 - esr * D) - 1.0) * (exr - t12), T.t12);
 }
 
 double Phase(cplx x)
@@ -193,12 +233,18 @@ double ToLogMag(cplx x)
 // value at -35 dB and below; the decision rests on the normal value alone.
 inline cplx BlendHDR(cplx normal, cplx hdr)
 {
-    // |x|^2 well above the -25 dB threshold skips the logarithm; the boundary itself is decided
+    // Powers well away from -25 and -35 dB skip the logarithm; near them the decision is made
     // in dB as written.
-    constexpr double kFastPathPower = 0.0031622776601683794 * 1.001;  // 10^(-25/10)
-    if (!(std::norm(normal) < kFastPathPower))
+    constexpr double kAbove25 = 0.0031622776601683794 * 1.001;   // 10^(-25/10), with margin
+    constexpr double kBelow35 = 0.00031622776601683794 * 0.999;  // 10^(-35/10), with margin
+    const double power = std::norm(normal);
+    if (!(power < kAbove25))
     {
         return normal;
+    }
+    if (power < kBelow35)
+    {
+        return hdr;
     }
     const double l = ToLogMag(normal);
     if (!(l < -25.0))
@@ -206,7 +252,7 @@ inline cplx BlendHDR(cplx normal, cplx hdr)
         return normal;
     }
     const double t = std::min(1.0, std::max(0.0, (-l - 25.0) / 10.0));
-    return InterpolateCplx(normal, hdr, t);
+    return t == 1.0 ? hdr : InterpolateCplx(normal, hdr, t);
 }
 
 // Frequency of point i of an applied stimulus: linear for every sweep type.
@@ -697,11 +743,14 @@ void VNACalibration::BuildCorrectionsSOL(const VNAStimulus& applied)
     cplx* edf = onePortTerms[0].data();
     cplx* esf = onePortTerms[1].data();
     cplx* erf = onePortTerms[2].data();
+    const MeasView ms(onePortMeas[RoleShort], calFreqs.size());
+    const MeasView mo(onePortMeas[RoleOpen], calFreqs.size());
+    const MeasView ml(onePortMeas[RoleLoad], calFreqs.size());
+    BandBreakLocator locate(calFreqs);
     for (int i = 0; i < n; ++i)
     {
-        const Pick p = LocateWithBandBreak(calFreqs, PointFreq(applied, step, i));
-        const cplx m[3] = {Read(p, onePortMeas[RoleShort]), Read(p, onePortMeas[RoleOpen]),
-                           Read(p, onePortMeas[RoleLoad])};
+        const Pick p = locate.At(PointFreq(applied, step, i));
+        const cplx m[3] = {ms(p), mo(p), ml(p)};
         SolveOnePort(&ideal[3 * i], m, edf[i], esf[i], erf[i]);
     }
 }
@@ -727,8 +776,8 @@ SParameters VNACalibration::ApplyCorrectionsSOL(const SParametersRaw& raw) const
     const cplx* erf = onePortTerms[2].constData();
     for (int i = 0; i < n && i < m.size(); ++i)
     {
-        const cplx x = (m[i] - edf[i]) / erf[i];
-        g[i] = x / (1.0 + x * esf[i]);
+        const cplx x = CplxDiv(m[i] - edf[i], erf[i]);
+        g[i] = CplxDiv(x, 1.0 + x * esf[i]);
     }
     return out;
 }
@@ -775,48 +824,69 @@ void VNACalibration::BuildCorrectionsSOLT(const VNAStimulus& applied)
         v[0] = roles[RoleP1Short].At(f).IdealShort(f);
         v[1] = roles[RoleP1Open].At(f).IdealOpen(f);
         v[2] = roles[RoleP1Load].At(f).IdealLoad(f);
-        v[3] = roles[RoleP2Short].At(f).IdealShort(f);
-        v[4] = roles[RoleP2Open].At(f).IdealOpen(f);
-        v[5] = roles[RoleP2Load].At(f).IdealLoad(f);
+        // Port 2 often uses the very standards of port 1: their values are known already.
+        for (int r = 0; r < 3; ++r)
+        {
+            const CalKitStandardInfo& s2 = roles[RoleP2Short + r].At(f);
+            if (&s2 == &roles[RoleP1Short + r].At(f))
+            {
+                v[3 + r] = v[r];
+            }
+            else
+            {
+                v[3 + r] = r == 0 ? s2.IdealShort(f) : r == 1 ? s2.IdealOpen(f) : s2.IdealLoad(f);
+            }
+        }
         roles[RoleThru].At(f).IdealThru(f, v[6], v[7], v[8], v[9]);
     }
 
     // Second pass: forward and reverse, each on the normal and the HDR measurement.
-    cplx* T[kTermCount];
-    cplx* TH[kTermCount];
+    cplx* T[2][kTermCount];
+    MeasView mv[2][kTermCount];
     for (int t = 0; t < kTermCount; ++t)
     {
-        T[t] = terms[t].data();
-        TH[t] = termsHDR[t].data();
+        T[0][t] = terms[t].data();
+        T[1][t] = termsHDR[t].data();
+        mv[0][t] = MeasView(meas[t], calFreqs.size());
+        mv[1][t] = MeasView(measHDR[t], calFreqs.size());
     }
+    BandBreakLocator locate(calFreqs);
     for (int i = 0; i < n; ++i)
     {
-        const Pick p = LocateWithBandBreak(calFreqs, PointFreq(applied, step, i));
+        const Pick p = locate.At(PointFreq(applied, step, i));
         const cplx* v = &ideal[kIdeal * i];
         const Thru thru{v[6], v[7], v[8], v[9]};
         for (int set = 0; set < 2; ++set)
         {
-            const CplxVector* m = set == 0 ? meas : measHDR;
-            cplx** out = set == 0 ? T : TH;
-            const cplx mf[3] = {Read(p, m[StdS11Short]), Read(p, m[StdS11Open]),
-                                Read(p, m[StdS11Load])};
-            SolveOnePort(v, mf, out[ErrEdf][i], out[ErrEsf][i], out[ErrErf][i]);
-            out[ErrExf][i] = Read(p, m[StdS21Iso]);
-            SolveForwardThru(out[ErrEdf][i], out[ErrEsf][i], out[ErrErf][i], out[ErrExf][i],
-                             Read(p, m[StdS11Thru]), Read(p, m[StdS21Thru]), thru, out[ErrElf][i],
-                             out[ErrEtf][i]);
+            const MeasView* m = mv[set];
+            cplx* const* out = T[set];
+            const cplx mf[3] = {m[StdS11Short](p), m[StdS11Open](p), m[StdS11Load](p)};
+            cplx ed, es, er, el, et;
+            SolveOnePort(v, mf, ed, es, er);
+            const cplx ex = m[StdS21Iso](p);
+            SolveForwardThru(ed, es, er, ex, m[StdS11Thru](p), m[StdS21Thru](p), thru, el, et);
+            out[ErrEdf][i] = ed;
+            out[ErrEsf][i] = es;
+            out[ErrErf][i] = er;
+            out[ErrExf][i] = ex;
+            out[ErrElf][i] = el;
+            out[ErrEtf][i] = et;
         }
         for (int set = 0; set < 2; ++set)
         {
-            const CplxVector* m = set == 0 ? meas : measHDR;
-            cplx** out = set == 0 ? T : TH;
-            const cplx mr[3] = {Read(p, m[StdS22Short]), Read(p, m[StdS22Open]),
-                                Read(p, m[StdS22Load])};
-            SolveOnePort(v + 3, mr, out[ErrEdr][i], out[ErrEsr][i], out[ErrErr][i]);
-            out[ErrExr][i] = Read(p, m[StdS12Iso]);
-            SolveReverseThru(out[ErrEdr][i], out[ErrEsr][i], out[ErrErr][i], out[ErrExr][i],
-                             Read(p, m[StdS22Thru]), Read(p, m[StdS12Thru]), thru, out[ErrElr][i],
-                             out[ErrEtr][i]);
+            const MeasView* m = mv[set];
+            cplx* const* out = T[set];
+            const cplx mr[3] = {m[StdS22Short](p), m[StdS22Open](p), m[StdS22Load](p)};
+            cplx ed, es, er, el, et;
+            SolveOnePort(v + 3, mr, ed, es, er);
+            const cplx ex = m[StdS12Iso](p);
+            SolveReverseThru(ed, es, er, ex, m[StdS22Thru](p), m[StdS12Thru](p), thru, el, et);
+            out[ErrEdr][i] = ed;
+            out[ErrEsr][i] = es;
+            out[ErrErr][i] = er;
+            out[ErrExr][i] = ex;
+            out[ErrElr][i] = el;
+            out[ErrEtr][i] = et;
         }
     }
 }
@@ -845,13 +915,13 @@ void VNACalibration::ApplyTwelveTerm(const CplxVector* t, const CplxVector& m11,
     cplx* o22 = s22.data();
     for (int i = 0; i < n; ++i)
     {
-        const cplx a = FastDiv(m11[i] - edf[i], erf[i]);
-        const cplx d = FastDiv(m22[i] - edr[i], err[i]);
-        const cplx b = FastDiv(m21[i] - exf[i], etf[i]);
-        const cplx c = FastDiv(m12[i] - exr[i], etr[i]);
+        const cplx a = CplxDiv(m11[i] - edf[i], erf[i]);
+        const cplx d = CplxDiv(m22[i] - edr[i], err[i]);
+        const cplx b = CplxDiv(m21[i] - exf[i], etf[i]);
+        const cplx c = CplxDiv(m12[i] - exr[i], etr[i]);
         const cplx bc = b * c;
         const cplx den = (1.0 + a * esf[i]) * (1.0 + d * esr[i]) - bc * elf[i] * elr[i];
-        const cplx r = FastDiv(1.0, den);
+        const cplx r = CplxDiv(1.0, den);
         o11[i] = (a * (1.0 + d * esr[i]) - bc * elf[i]) * r;
         o21[i] = b * (1.0 + d * (esr[i] - elf[i])) * r;
         o22[i] = (d * (1.0 + a * esf[i]) - bc * elr[i]) * r;
@@ -931,9 +1001,18 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
         v[0] = roles[RoleP1Short].At(f).IdealShort(f);
         v[1] = roles[RoleP1Open].At(f).IdealOpen(f);
         v[2] = roles[RoleP1Load].At(f).IdealLoad(f);
-        v[3] = roles[RoleP2Short].At(f).IdealShort(f);
-        v[4] = roles[RoleP2Open].At(f).IdealOpen(f);
-        v[5] = roles[RoleP2Load].At(f).IdealLoad(f);
+        for (int r = 0; r < 3; ++r)
+        {
+            const CalKitStandardInfo& s2 = roles[RoleP2Short + r].At(f);
+            if (&s2 == &roles[RoleP1Short + r].At(f))
+            {
+                v[3 + r] = v[r];
+            }
+            else
+            {
+                v[3 + r] = r == 0 ? s2.IdealShort(f) : r == 1 ? s2.IdealOpen(f) : s2.IdealLoad(f);
+            }
+        }
     }
 
     // The switch terms and gammas belong to the calibration's own points and are read by index;
@@ -953,23 +1032,27 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
         T[t] = terms[t].data();
     }
     QVector<cplx> k(n), gF(n), gR(n);
+    MeasView mv[kTermCount];
+    for (int t = 0; t < kTermCount; ++t)
+    {
+        mv[t] = MeasView(meas[t], calFreqs.size());
+    }
+    BandBreakLocator locate(calFreqs);
     for (int i = 0; i < n; ++i)
     {
-        const Pick p = LocateWithBandBreak(calFreqs, PointFreq(applied, step, i));
+        const Pick p = locate.At(PointFreq(applied, step, i));
         const cplx* v = &ideal[kIdeal * i];
-        const cplx mf[3] = {Read(p, meas[StdS11Short]), Read(p, meas[StdS11Open]),
-                            Read(p, meas[StdS11Load])};
-        const cplx mr[3] = {Read(p, meas[StdS22Short]), Read(p, meas[StdS22Open]),
-                            Read(p, meas[StdS22Load])};
+        const cplx mf[3] = {mv[StdS11Short](p), mv[StdS11Open](p), mv[StdS11Load](p)};
+        const cplx mr[3] = {mv[StdS22Short](p), mv[StdS22Open](p), mv[StdS22Load](p)};
         SolveOnePort(v, mf, T[ErrEdf][i], T[ErrEsf][i], T[ErrErf][i]);
         SolveOnePort(v + 3, mr, T[ErrEdr][i], T[ErrEsr][i], T[ErrErr][i]);
-        T[ErrExf][i] = Read(p, meas[StdS21Iso]);
-        T[ErrExr][i] = Read(p, meas[StdS12Iso]);
+        T[ErrExf][i] = mv[StdS21Iso](p);
+        T[ErrExr][i] = mv[StdS12Iso](p);
 
-        thru.S11[i] = Read(p, meas[StdS11Thru]);
-        thru.S21[i] = Read(p, meas[StdS21Thru]);
-        thru.S12[i] = Read(p, meas[StdS12Thru]);
-        thru.S22[i] = Read(p, meas[StdS22Thru]);
+        thru.S11[i] = mv[StdS11Thru](p);
+        thru.S21[i] = mv[StdS21Thru](p);
+        thru.S12[i] = mv[StdS12Thru](p);
+        thru.S22[i] = mv[StdS22Thru](p);
 
         // Remove the switch: C = M W with W = [[1, -a], [-b, 1]] / (1 - a b).
         const cplx a = byIndex(switchRev, i);

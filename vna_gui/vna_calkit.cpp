@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "application_settings.h"
+#include "matrix.h"
 
 using cplx = std::complex<double>;
 
@@ -109,13 +110,34 @@ QString VNAConnectorToString(VNAConnector connector)
     return QString();
 }
 
+// Complex hyperbolic tangent, (sinh 2x + j sin 2y) / (cosh 2x + cos 2y), with one expm1 and one
+// sincos: the solvers evaluate it for every point of every reflect standard.
+cplx Tanh(cplx z)
+{
+    const double x = z.real();
+    const double y = z.imag();
+    if (std::fabs(x) > 20.0)
+    {
+        // e^-40 is below double precision: the result is +-1 exactly.
+        return cplx(std::copysign(1.0, x), std::copysign(0.0, std::sin(2.0 * y)));
+    }
+    const double em = std::expm1(2.0 * x);
+    const double e = em + 1.0;
+    const double sh = em * (em + 2.0) / (2.0 * e);
+    const double ch = 1.0 + em * em / (2.0 * e);
+    const double s = std::sin(2.0 * y);
+    const double c = std::cos(2.0 * y);
+    const double den = ch + c;
+    return cplx(sh / den, s / den);
+}
+
 cplx CalcRef(double z0, cplx zl, double delay, double loss, double frequency)
 {
     cplx zc, gl;
     OffsetLine(z0, delay, loss, frequency, zc, gl);
-    const cplx t = std::tanh(gl);
-    const cplx zin = zc * (zl + zc * t) / (zc + zl * t);
-    return (zin - z0) / (zin + z0);
+    const cplx t = Tanh(gl);
+    const cplx zin = CplxDiv(zc * (zl + zc * t), zc + zl * t);
+    return CplxDiv(zin - z0, zin + z0);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -155,8 +177,10 @@ cplx CalKitStandardInfo::IdealOpen(double f) const
         return InterpolateArray(DataFreqs, DataS11, f);
     }
     const double c = 1e-15 * C0 + 1e-27 * C1 * f + 1e-36 * C2 * f * f + 1e-45 * C3 * f * f * f;
-    // A zero capacitance divides by zero on purpose: the result is not a number, no special case.
-    const cplx zl = cplx(1.0, 0.0) / cplx(0.0, kTwoPi * f * c);
+    // 1 / (j w C). A zero capacitance divides by zero on purpose: the library's division gives an
+    // infinite real and a not-a-number imaginary part, and the result is not a number.
+    const double wc = kTwoPi * f * c;
+    const cplx zl = wc != 0.0 ? cplx(0.0, -1.0 / wc) : cplx(1.0, 0.0) / cplx(0.0, wc);
     return CalcRef(Z0, zl, 1e-12 * Delay, 1e9 * Loss, f);
 }
 

@@ -65,6 +65,8 @@ enum VNAConnector : int32_t
 };
 QString VNAConnectorToString(VNAConnector connector);
 
+std::complex<double> Tanh(std::complex<double> z);
+
 // Reflection of a load ZL behind an offset line of impedance z0, delay (s) and loss (ohm/s),
 // referred to z0.
 std::complex<double> CalcRef(double z0, std::complex<double> zl, double delay, double loss,
