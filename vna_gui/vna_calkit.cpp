@@ -110,8 +110,9 @@ QString VNAConnectorToString(VNAConnector connector)
     return QString();
 }
 
-// Complex hyperbolic tangent, (sinh 2x + j sin 2y) / (cosh 2x + cos 2y), with one expm1 and one
-// sincos: the solvers evaluate it for every point of every reflect standard.
+// Complex hyperbolic tangent, (sinh x cosh x + j sin y cos y) / (sinh^2 x + cos^2 y): one expm1
+// and one sine-cosine pair, and no cancellation near the poles. The solvers evaluate it for every
+// point of every reflect standard.
 cplx Tanh(cplx z)
 {
     const double x = z.real();
@@ -121,14 +122,13 @@ cplx Tanh(cplx z)
         // e^-40 is below double precision: the result is +-1 exactly.
         return cplx(std::copysign(1.0, x), std::copysign(0.0, std::sin(2.0 * y)));
     }
-    const double em = std::expm1(2.0 * x);
-    const double e = em + 1.0;
-    const double sh = em * (em + 2.0) / (2.0 * e);
-    const double ch = 1.0 + em * em / (2.0 * e);
-    const double s = std::sin(2.0 * y);
-    const double c = std::cos(2.0 * y);
-    const double den = ch + c;
-    return cplx(sh / den, s / den);
+    const double em = std::expm1(x);
+    const double sh = em * (em + 2.0) / (2.0 * (em + 1.0));
+    const double ch = std::sqrt(1.0 + sh * sh);
+    const double s = std::sin(y);
+    const double c = std::cos(y);
+    const double den = sh * sh + c * c;
+    return cplx(sh * ch / den, s * c / den);
 }
 
 cplx CalcRef(double z0, cplx zl, double delay, double loss, double frequency)
