@@ -335,7 +335,7 @@ cplx InterpolateArrayWithBandBreak(const QVector<double>& x, const CplxVector& y
         return cplx(0.0, 0.0);
     }
     const Pick p = LocateWithBandBreak(x, q);
-    if (p.i0 == p.i1)
+    if (p.i0 == p.i1 || p.t == 0.0)
     {
         return y[p.i0];
     }
