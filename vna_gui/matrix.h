@@ -18,6 +18,20 @@ inline std::complex<double> CplxDiv(std::complex<double> a, std::complex<double>
     return a / b;
 }
 
+// a b. Complex products skip the library's recovery of infinities from not-a-number results:
+// the solvers multiply finite values, and non-finite input stays non-finite.
+template <typename T>
+T Mul(const T& a, const T& b)
+{
+    return a * b;
+}
+
+inline std::complex<double> Mul(const std::complex<double>& a, const std::complex<double>& b)
+{
+    return std::complex<double>(a.real() * b.real() - a.imag() * b.imag(),
+                                a.real() * b.imag() + a.imag() * b.real());
+}
+
 template <typename T>
 T Reciprocal(const T& x)
 {
@@ -45,25 +59,25 @@ bool InvertMatrix_3x3(const T* in, T* out)
     const T& h = in[7];
     const T& k = in[8];
 
-    const T A = e * k - f * h;
-    const T B = -(d * k - f * g);
-    const T C = d * h - e * g;
-    const T det = a * A + b * B + c * C;
+    const T A = Mul(e, k) - Mul(f, h);
+    const T B = -(Mul(d, k) - Mul(f, g));
+    const T C = Mul(d, h) - Mul(e, g);
+    const T det = Mul(a, A) + Mul(b, B) + Mul(c, C);
     if (det == T(0))
     {
         Q_ASSERT(false);
     }
     const T r = Reciprocal(det);
 
-    out[0] = A * r;
-    out[1] = -(b * k - c * h) * r;
-    out[2] = (b * f - c * e) * r;
-    out[3] = B * r;
-    out[4] = (a * k - c * g) * r;
-    out[5] = -(a * f - c * d) * r;
-    out[6] = C * r;
-    out[7] = -(a * h - b * g) * r;
-    out[8] = (a * e - b * d) * r;
+    out[0] = Mul(A, r);
+    out[1] = Mul(-(Mul(b, k) - Mul(c, h)), r);
+    out[2] = Mul(Mul(b, f) - Mul(c, e), r);
+    out[3] = Mul(B, r);
+    out[4] = Mul(Mul(a, k) - Mul(c, g), r);
+    out[5] = Mul(-(Mul(a, f) - Mul(c, d)), r);
+    out[6] = Mul(C, r);
+    out[7] = Mul(-(Mul(a, h) - Mul(b, g)), r);
+    out[8] = Mul(Mul(a, e) - Mul(b, d), r);
     return true;
 }
 

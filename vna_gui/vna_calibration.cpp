@@ -181,15 +181,16 @@ private:
 // the error model multiplied out, m = a + b g m - c g with c = edf esf - erf.
 void SolveOnePort(const cplx g[3], const cplx m[3], cplx& edf, cplx& esf, cplx& erf)
 {
-    const cplx M[9] = {1.0, g[0] * m[0], -g[0], 1.0, g[1] * m[1], -g[1], 1.0, g[2] * m[2], -g[2]};
+    const cplx M[9] = {1.0, Mul(g[0], m[0]), -g[0], 1.0, Mul(g[1], m[1]), -g[1],
+                       1.0, Mul(g[2], m[2]), -g[2]};
     cplx V[9];
     InvertMatrix_3x3(M, V);
-    const cplx a = V[0] * m[0] + V[1] * m[1] + V[2] * m[2];
-    const cplx b = V[3] * m[0] + V[4] * m[1] + V[5] * m[2];
-    const cplx c = V[6] * m[0] + V[7] * m[1] + V[8] * m[2];
+    const cplx a = Mul(V[0], m[0]) + Mul(V[1], m[1]) + Mul(V[2], m[2]);
+    const cplx b = Mul(V[3], m[0]) + Mul(V[4], m[1]) + Mul(V[5], m[2]);
+    const cplx c = Mul(V[6], m[0]) + Mul(V[7], m[1]) + Mul(V[8], m[2]);
     edf = a;
     esf = b;
-    erf = a * b - c;
+    erf = Mul(a, b) - c;
 }
 
 // Ideal thru parameters T11, T21, T12, T22.
@@ -229,13 +230,16 @@ double ToLogMag(cplx x)
     return 20.0 * std::log10(std::abs(x));
 }
 
+// Powers of a transmission at or above this (-25 dB, with a margin) never take the HDR value.
+constexpr double kBlendPower = 0.0031622776601683794 * 1.001;
+
 // Returns the normal value above -25 dB and moves linearly (in magnitude and phase) to the HDR
 // value at -35 dB and below; the decision rests on the normal value alone.
 inline cplx BlendHDR(cplx normal, cplx hdr)
 {
     // Powers well away from -25 and -35 dB skip the logarithm; near them the decision is made
     // in dB as written.
-    constexpr double kAbove25 = 0.0031622776601683794 * 1.001;   // 10^(-25/10), with margin
+    constexpr double kAbove25 = kBlendPower;
     constexpr double kBelow35 = 0.00031622776601683794 * 0.999;  // 10^(-35/10), with margin
     const double power = std::norm(normal);
     if (!(power < kAbove25))
@@ -889,70 +893,101 @@ void VNACalibration::BuildCorrectionsSOLT(const VNAStimulus& applied)
             out[ErrEtr][i] = et;
         }
     }
+    MakeInverses(0);
+    MakeInverses(1);
 }
 
-void VNACalibration::ApplyTwelveTerm(const CplxVector* t, const CplxVector& m11,
-                                     const CplxVector& m21, const CplxVector& m12,
-                                     const CplxVector& m22, CplxVector& s11, CplxVector& s21,
-                                     CplxVector& s12, CplxVector& s22) const
+void VNACalibration::MakeInverses(int set)
 {
+    const CplxVector* t = set == 0 ? terms : termsHDR;
+    const int of[4] = {ErrErf, ErrErr, ErrEtf, ErrEtr};
+    for (int k = 0; k < 4; ++k)
+    {
+        const CplxVector& src = t[of[k]];
+        CplxVector& dst = inverse[set][k];
+        dst.resize(src.size());
+        for (int i = 0; i < src.size(); ++i)
+        {
+            dst[i] = Reciprocal(src[i]);
+        }
+    }
+}
+
+int VNACalibration::ApplyTwelveTerm(int set, const CplxVector& m11, const CplxVector& m21,
+                                    const CplxVector& m12, const CplxVector& m22, CplxVector& s11,
+                                    CplxVector& s21, CplxVector& s12, CplxVector& s22) const
+{
+    const CplxVector* t = set == 0 ? terms : termsHDR;
     const int n = m11.size();
+    if (inverse[set][0].size() != n)
+    {
+        return n;
+    }
     const cplx* edf = t[ErrEdf].constData();
     const cplx* esf = t[ErrEsf].constData();
     const cplx* elf = t[ErrElf].constData();
-    const cplx* erf = t[ErrErf].constData();
-    const cplx* etf = t[ErrEtf].constData();
+    const cplx* ierf = inverse[set][0].constData();
+    const cplx* ierr = inverse[set][1].constData();
+    const cplx* ietf = inverse[set][2].constData();
+    const cplx* ietr = inverse[set][3].constData();
     const cplx* exf = t[ErrExf].constData();
     const cplx* edr = t[ErrEdr].constData();
     const cplx* esr = t[ErrEsr].constData();
     const cplx* elr = t[ErrElr].constData();
-    const cplx* err = t[ErrErr].constData();
-    const cplx* etr = t[ErrEtr].constData();
     const cplx* exr = t[ErrExr].constData();
     cplx* o11 = s11.data();
     cplx* o21 = s21.data();
     cplx* o12 = s12.data();
     cplx* o22 = s22.data();
+    int firstLow = n;
     for (int i = 0; i < n; ++i)
     {
-        const cplx a = CplxDiv(m11[i] - edf[i], erf[i]);
-        const cplx d = CplxDiv(m22[i] - edr[i], err[i]);
-        const cplx b = CplxDiv(m21[i] - exf[i], etf[i]);
-        const cplx c = CplxDiv(m12[i] - exr[i], etr[i]);
-        const cplx bc = b * c;
-        const cplx den = (1.0 + a * esf[i]) * (1.0 + d * esr[i]) - bc * elf[i] * elr[i];
-        const cplx r = CplxDiv(1.0, den);
-        o11[i] = (a * (1.0 + d * esr[i]) - bc * elf[i]) * r;
-        o21[i] = b * (1.0 + d * (esr[i] - elf[i])) * r;
-        o22[i] = (d * (1.0 + a * esf[i]) - bc * elr[i]) * r;
-        o12[i] = c * (1.0 + a * (esf[i] - elr[i])) * r;
+        const cplx a = Mul(m11[i] - edf[i], ierf[i]);
+        const cplx d = Mul(m22[i] - edr[i], ierr[i]);
+        const cplx b = Mul(m21[i] - exf[i], ietf[i]);
+        const cplx c = Mul(m12[i] - exr[i], ietr[i]);
+        const cplx bc = Mul(b, c);
+        const cplx pa = 1.0 + Mul(a, esf[i]);
+        const cplx pd = 1.0 + Mul(d, esr[i]);
+        const cplx den = Mul(pa, pd) - Mul(Mul(bc, elf[i]), elr[i]);
+        const cplx r = Reciprocal(den);
+        o11[i] = Mul(Mul(a, pd) - Mul(bc, elf[i]), r);
+        o21[i] = Mul(Mul(b, 1.0 + Mul(d, esr[i] - elf[i])), r);
+        o22[i] = Mul(Mul(d, pa) - Mul(bc, elr[i]), r);
+        o12[i] = Mul(Mul(c, 1.0 + Mul(a, esf[i] - elr[i])), r);
+        if (firstLow == n &&
+            !(std::norm(o21[i]) >= kBlendPower && std::norm(o12[i]) >= kBlendPower))
+        {
+            firstLow = i;
+        }
     }
+    return firstLow;
 }
 
 SParameters VNACalibration::ApplyCorrectionsSOLT(const SParametersRaw& raw) const
 {
     const int n = raw.Size();
-    if (!built || n != terms[ErrEdf].size() || raw.S21.size() != n || raw.S12.size() != n ||
-        raw.S22.size() != n)
+    if (!built || n != terms[ErrEdf].size() || n != inverse[0][0].size() || raw.S21.size() != n ||
+        raw.S12.size() != n || raw.S22.size() != n)
     {
         return raw.ToSParam();
     }
     SParameters out;
     out.Resize(n);
-    ApplyTwelveTerm(terms, raw.S11, raw.S21, raw.S12, raw.S22, out.S11, out.S21, out.S12, out.S22);
+    const int firstLow =
+        ApplyTwelveTerm(0, raw.S11, raw.S21, raw.S12, raw.S22, out.S11, out.S21, out.S12, out.S22);
 
     const bool hdrPresent = raw.S11HDR.size() == n && raw.S21HDR.size() == n &&
                             raw.S12HDR.size() == n && raw.S22HDR.size() == n &&
-                            termsHDR[ErrEdf].size() == n;
-    if (!hdrPresent)
+                            termsHDR[ErrEdf].size() == n && inverse[1][0].size() == n;
+    if (!hdrPresent || firstLow == n)
     {
         return out;
     }
     // The HDR result only matters where a normal transmission lies below -25 dB; reflection never
-    // uses it. Correct just those points.
-    constexpr double kBlendPower = 0.0031622776601683794 * 1.001;  // 10^(-25/10), with margin
+    // uses it.
     SParameters hdr;
-    for (int i = 0; i < n; ++i)
+    for (int i = firstLow; i < n; ++i)
     {
         const bool low21 = !(std::norm(out.S21[i]) >= kBlendPower);
         const bool low12 = !(std::norm(out.S12[i]) >= kBlendPower);
@@ -963,8 +998,8 @@ SParameters VNACalibration::ApplyCorrectionsSOLT(const SParametersRaw& raw) cons
         if (hdr.Size() != n)
         {
             hdr.Resize(n);
-            ApplyTwelveTerm(termsHDR, raw.S11HDR, raw.S21HDR, raw.S12HDR, raw.S22HDR, hdr.S11,
-                            hdr.S21, hdr.S12, hdr.S22);
+            ApplyTwelveTerm(1, raw.S11HDR, raw.S21HDR, raw.S12HDR, raw.S22HDR, hdr.S11, hdr.S21,
+                            hdr.S12, hdr.S22);
         }
         out.S21[i] = BlendHDR(out.S21[i], hdr.S21[i]);
         out.S12[i] = BlendHDR(out.S12[i], hdr.S12[i]);
@@ -1079,6 +1114,7 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
         }
     };
 
+    MakeInverses(0);
     SParameters P = ApplyCorrectionsSOLR(thru);
     QVector<cplx> K1 = k;
     QVector<cplx> K2(n);
@@ -1088,6 +1124,7 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
         k[i] = -k[i];
     }
     convertAll();
+    MakeInverses(0);
     const SParameters Q = ApplyCorrectionsSOLR(thru);
 
     // Phase continuity: each point takes the root nearer in phase to the choice before it.
@@ -1141,19 +1178,20 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
     }
     k = K1;
     convertAll();
+    MakeInverses(0);
 }
 
 SParameters VNACalibration::ApplyCorrectionsSOLR(const SParametersRaw& raw) const
 {
     const int n = raw.Size();
-    if (!built || n != terms[ErrEdf].size() || raw.S21.size() != n || raw.S12.size() != n ||
-        raw.S22.size() != n)
+    if (!built || n != terms[ErrEdf].size() || n != inverse[0][0].size() || raw.S21.size() != n ||
+        raw.S12.size() != n || raw.S22.size() != n)
     {
         return raw.ToSParam();
     }
     // HDR results would be discarded here, so they are not computed.
     SParameters out;
     out.Resize(n);
-    ApplyTwelveTerm(terms, raw.S11, raw.S21, raw.S12, raw.S22, out.S11, out.S21, out.S12, out.S22);
+    ApplyTwelveTerm(0, raw.S11, raw.S21, raw.S12, raw.S22, out.S11, out.S21, out.S12, out.S22);
     return out;
 }

@@ -167,9 +167,11 @@ private:
     void BuildCorrectionsSOLT(const VNAStimulus& applied);
     void BuildCorrectionsSOLR(const VNAStimulus& applied);
     bool TwoPortSizesValid() const;
-    void ApplyTwelveTerm(const CplxVector* t, const CplxVector& m11, const CplxVector& m21,
-                         const CplxVector& m12, const CplxVector& m22, CplxVector& s11,
-                         CplxVector& s21, CplxVector& s12, CplxVector& s22) const;
+    // Returns the first point whose corrected transmission may need the HDR blend, or the size.
+    void MakeInverses(int set);
+    int ApplyTwelveTerm(int set, const CplxVector& m11, const CplxVector& m21,
+                        const CplxVector& m12, const CplxVector& m22, CplxVector& s11,
+                        CplxVector& s21, CplxVector& s12, CplxVector& s22) const;
 
     VNAStimulus stimulus;
     QString name;
@@ -191,6 +193,9 @@ private:
     CplxVector onePortTerms[3];
     CplxVector terms[kTermCount];
     CplxVector termsHDR[kTermCount];
+    // Reciprocals of erf, err, etf, etr (normal, then HDR), made with the terms: correcting a
+    // sweep multiplies by them instead of dividing.
+    CplxVector inverse[2][4];
     CplxVector switchFwd, switchRev;
     CplxVector gammaFwd, gammaRev;
 };

@@ -127,15 +127,32 @@ cplx Tanh(cplx z)
     const double ch = std::sqrt(1.0 + sh * sh);
     const double s = std::sin(y);
     const double c = std::cos(y);
-    const double den = sh * sh + c * c;
-    return cplx(sh * ch / den, s * c / den);
+    const double r = 1.0 / (sh * sh + c * c);
+    return cplx(sh * ch * r, s * c * r);
 }
 
 cplx CalcRef(double z0, cplx zl, double delay, double loss, double frequency)
 {
-    cplx zc, gl;
-    OffsetLine(z0, delay, loss, frequency, zc, gl);
-    const cplx t = Tanh(gl);
+    // A kit's short and open usually sit behind the same offset, and the solvers ask for both at
+    // each frequency in turn: the line of the last call is kept, per thread.
+    struct Line
+    {
+        double z0 = 0.0, delay = 0.0, loss = 0.0, f = -1.0;
+        cplx zc, t;
+    };
+    thread_local Line last;
+    if (!(last.z0 == z0 && last.delay == delay && last.loss == loss && last.f == frequency))
+    {
+        cplx gl;
+        OffsetLine(z0, delay, loss, frequency, last.zc, gl);
+        last.t = Tanh(gl);
+        last.z0 = z0;
+        last.delay = delay;
+        last.loss = loss;
+        last.f = frequency;
+    }
+    const cplx zc = last.zc;
+    const cplx t = last.t;
     const cplx zin = CplxDiv(zc * (zl + zc * t), zc + zl * t);
     return CplxDiv(zin - z0, zin + z0);
 }

@@ -1,5 +1,6 @@
 #include "error_model.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -166,11 +167,9 @@ TwoPortFn Tabulated(const QVector<double>& freqs, const SParameters& sp)
 {
     return [freqs, sp](double f, cplx s[4])
     {
-        int i = 0;
-        while (i + 1 < freqs.size() && freqs[i] < f)
-        {
-            ++i;
-        }
+        // The first tabulated frequency at or above f (the last beyond the list).
+        int i = int(std::lower_bound(freqs.constBegin(), freqs.constEnd(), f) - freqs.constBegin());
+        i = std::min(i, freqs.size() - 1);
         s[0] = sp.S11[i];
         s[1] = sp.S21[i];
         s[2] = sp.S12[i];

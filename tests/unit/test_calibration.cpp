@@ -255,6 +255,8 @@ private slots:
             ApplicationSettings s(path);
             solt.Save(s);
         }
+        // Saving goes through a temporary file that replaces the old one whole.
+        QVERIFY(ApplicationSettings(path).isAtomicSyncRequired());
         const QStringList first = KeysOf(path);
         QVERIFY(first.contains("Calibration/MeasuredStandards/MS_HDR11"));
         QVERIFY(first.contains("Calibration/MeasuredStandards/StdMap6/Mapping/size"));
