@@ -1146,7 +1146,7 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
     // throughout: take the other root everywhere.
     if (n > 1 && P.S21.size() == n)
     {
-        const int m = std::min(n, 16);
+        const int m = std::min(n, 64);
         double phase = Phase(P.S21[0]);
         double sf = 0.0, sp = 0.0, sff = 0.0, sfp = 0.0;
         for (int i = 0; i < m; ++i)
@@ -1155,7 +1155,8 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
             {
                 phase += WrapPi(Phase(P.S21[i]) - Phase(P.S21[i - 1]));
             }
-            const double f = PointFreq(applied, step, i);
+            // Frequencies from the first point keep the line fit well conditioned.
+            const double f = i * step;
             sf += f;
             sp += phase;
             sff += f * f;
@@ -1165,13 +1166,13 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
         if (den != 0.0)
         {
             const double slope = (m * sfp - sf * sp) / den;
-            const double atZero = (sp - slope * sf) / m;
+            const double atZero = (sp - slope * sf) / m - slope * applied.start;
             const double wrapped = std::remainder(atZero, 2.0 * kPi);
             if (std::fabs(wrapped) > kPi / 2.0)
             {
-                for (cplx& root : K1)
+                for (int i = 0; i < n; ++i)
                 {
-                    root = -root;
+                    K1[i] = -K1[i];
                 }
             }
         }

@@ -264,9 +264,22 @@ private slots:
 
     // Unknown thru with switch terms, on an error box where the positive root at the first point
     // is right and on one where it is wrong.
+    void solrRecoversDeviceForEitherRootSign_data()
+    {
+        QTest::addColumn<double>("start");
+        QTest::addColumn<double>("stop");
+        QTest::addColumn<int>("points");
+        QTest::newRow("full band") << 40e6 << 40e9 << 201;
+        // Far from 0 Hz the thru's phase is extrapolated over a long way.
+        QTest::newRow("10 to 18 GHz") << 10e9 << 18e9 << 401;
+    }
+
     void solrRecoversDeviceForEitherRootSign()
     {
-        const VNAStimulus stim = testfx::Stimulus(40e6, 40e9, 201);
+        QFETCH(double, start);
+        QFETCH(double, stop);
+        QFETCH(int, points);
+        const VNAStimulus stim = testfx::Stimulus(start, stop, points);
         const QVector<double> f = Freqs(stim);
         const VNACalKit kit = testfx::ModelKit();
         const SParameters dut = testfx::SmoothSParams(f);
