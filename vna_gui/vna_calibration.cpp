@@ -203,21 +203,23 @@ struct Thru
 void SolveForwardThru(cplx edf, cplx esf, cplx erf, cplx exf, cplx t11, cplx t21, const Thru& T,
                       cplx& elf, cplx& etf)
 {
-    const cplx D = T.t11 * T.t22 - T.t12 * T.t21;
-    const cplx Q = erf * D - (esf * D - T.t22) * (edf - t11);
-    const cplx R = t11 * (esf * T.t11 - 1.0) + edf - esf * edf * T.t11 + T.t11 * erf;
+    const cplx D = Mul(T.t11, T.t22) - Mul(T.t12, T.t21);
+    const cplx Q = Mul(erf, D) - Mul(Mul(esf, D) - T.t22, edf - t11);
+    const cplx R =
+        Mul(t11, Mul(esf, T.t11) - 1.0) + edf - Mul(Mul(esf, edf), T.t11) + Mul(T.t11, erf);
     elf = CplxDiv(R, Q);
-    etf = CplxDiv((esf * (T.t11 - elf * D) + elf * T.t22 - 1.0) * (exf - t21), T.t21);
+    etf = CplxDiv(Mul(Mul(esf, T.t11 - Mul(elf, D)) + Mul(elf, T.t22) - 1.0, exf - t21), T.t21);
 }
 
 void SolveReverseThru(cplx edr, cplx esr, cplx err, cplx exr, cplx t22, cplx t12, const Thru& T,
                       cplx& elr, cplx& etr)
 {
-    const cplx D = T.t11 * T.t22 - T.t12 * T.t21;
-    const cplx Q = err * D + (T.t11 - esr * D) * (edr - t22);
-    const cplx R = t22 * (esr * T.t22 - 1.0) + edr - esr * edr * T.t22 + T.t22 * err;
+    const cplx D = Mul(T.t11, T.t22) - Mul(T.t12, T.t21);
+    const cplx Q = Mul(err, D) + Mul(T.t11 - Mul(esr, D), edr - t22);
+    const cplx R =
+        Mul(t22, Mul(esr, T.t22) - 1.0) + edr - Mul(Mul(esr, edr), T.t22) + Mul(T.t22, err);
     elr = CplxDiv(R, Q);
-    etr = CplxDiv((esr * T.t22 + elr * (T.t11 - esr * D) - 1.0) * (exr - t12), T.t12);
+    etr = CplxDiv(Mul(Mul(esr, T.t22) + Mul(elr, T.t11 - Mul(esr, D)) - 1.0, exr - t12), T.t12);
 }
 
 double Phase(cplx x)

@@ -153,7 +153,7 @@ cplx CalcRef(double z0, cplx zl, double delay, double loss, double frequency)
     }
     const cplx zc = last.zc;
     const cplx t = last.t;
-    const cplx zin = CplxDiv(zc * (zl + zc * t), zc + zl * t);
+    const cplx zin = CplxDiv(Mul(zc, zl + Mul(zc, t)), zc + Mul(zl, t));
     return CplxDiv(zin - z0, zin + z0);
 }
 
