@@ -62,7 +62,8 @@ void MainWindow::BuildToolbar()
 
 void MainWindow::setThemeIcons()
 {
-    const bool dark = Preferences::Get().GetProgramStyle() == KXStyleDark;
+    // Follows what is on screen: light strokes on a dark window, dark strokes on a light one.
+    const bool dark = palette().color(QPalette::Window).lightness() < 128;
     const QString base = dark ? QStringLiteral(":/resources/toolbar_icons/dark/")
                               : QStringLiteral(":/resources/toolbar_icons/");
     for (QAction* a : iconActions)
