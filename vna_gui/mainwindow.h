@@ -198,6 +198,7 @@ public slots:
     void panelButtonClicked(int index);
     void showErrorInfo();
     void showSCPILog();
+    void showAboutDialog();
     void handleSCPIConnection();
     void readSCPISocket();
     void handleSCPIDisconnect();

@@ -178,7 +178,7 @@ void MainWindow::SCPIHandleCommand(Scpi* cmd)
         return;
     }
     // Matched by the language, but its feature has not been built yet.
-    SysErr::AddSystemError(Unsupported, QString::number(id));
+    SysErr::AddSystemError(Unsupported, cmd->GetCommandHeader());
 }
 
 bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)

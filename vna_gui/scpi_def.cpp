@@ -362,6 +362,7 @@ void Scpi::Input(const QString& line)
             parameters = params;
             suffixes = matchedSuffixes;
             commandId = found->id;
+            commandHeader = header;
             if (debugShown())
             {
                 qDebug() << "# of params: " << parameters.size();
