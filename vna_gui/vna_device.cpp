@@ -23,6 +23,14 @@ int64_t VNADevice::NowMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+bool VNADevice::FinishConnect(bool idle)
+{
+    lib.vnaSetIdleMode(handle, idle);
+    lib.vnaSetTempSetpoint(handle, 50.0f);
+    connected = true;
+    return true;
+}
+
 bool VNADevice::Connect()
 {
     if (connected)
@@ -33,10 +41,7 @@ bool VNADevice::Connect()
     {
         return false;
     }
-    lib.vnaSetIdleMode(handle, true);
-    lib.vnaSetTempSetpoint(handle, 50.0f);
-    connected = true;
-    return true;
+    return FinishConnect(true);
 }
 
 bool VNADevice::Connect(int serial)
@@ -50,10 +55,7 @@ bool VNADevice::Connect(int serial)
         return false;
     }
     // Opening a chosen instrument wakes it, unlike the first-found open above.
-    lib.vnaSetIdleMode(handle, false);
-    lib.vnaSetTempSetpoint(handle, 50.0f);
-    connected = true;
-    return true;
+    return FinishConnect(false);
 }
 
 bool VNADevice::ConnectWithHandle(int h)
@@ -67,10 +69,7 @@ bool VNADevice::ConnectWithHandle(int h)
         return false;
     }
     handle = h;
-    lib.vnaSetIdleMode(handle, false);
-    lib.vnaSetTempSetpoint(handle, 50.0f);
-    connected = true;
-    return true;
+    return FinishConnect(false);
 }
 
 bool VNADevice::ConnectDemo()
@@ -132,7 +131,7 @@ QString VNADevice::GetDeviceName() const
     return QStringLiteral("NVX400");
 }
 
-int VNADevice::GetSerialNumber() const
+int VNADevice::QueryInt(void (*query)(int, int*), int demoValue) const
 {
     if (!connected)
     {
@@ -140,26 +139,21 @@ int VNADevice::GetSerialNumber() const
     }
     if (demoMode)
     {
-        return 20000001;
+        return demoValue;
     }
-    int serial = -1;
-    lib.vnaGetSerial(handle, &serial);
-    return serial;
+    int value = -1;  // stands when the library leaves it untouched
+    query(handle, &value);
+    return value;
+}
+
+int VNADevice::GetSerialNumber() const
+{
+    return QueryInt(lib.vnaGetSerial, 20000001);
 }
 
 int VNADevice::GetFirmwareVersion() const
 {
-    if (!connected)
-    {
-        return 0;
-    }
-    if (demoMode)
-    {
-        return 3;
-    }
-    int version = -1;
-    lib.vnaGetFirmwareVersion(handle, &version);
-    return version;
+    return QueryInt(lib.vnaGetFirmwareVersion, 3);
 }
 
 QString VNADevice::GetAPIVersion() const
