@@ -520,20 +520,29 @@ private slots:
             QVERIFY(cal.CorrectionsLoaded());
             cal.BuildCorrections(stim);
 
+            // The calibration reads its thru as the model, so the corrected line differs from
+            // the line by exactly the model's error.
             bool found = false;
-            const CalKitStandardInfo std = kit.GetStandard(testfx::kThruId, found);
-            double modelError = 0.0, minT21 = 1.0;
-            for (double fq : f)
+            const CalKitStandardInfo thruStd = kit.GetStandard(testfx::kThruId, found);
+            QVERIFY(Scene(setup.thruCommand));
+            const SParameters t = cal.ApplyCorrections(Measure(dev, stim, true, true), false);
+            double modelError = 0.0, minT21 = 1.0, toModel = 0.0, toLine = 0.0;
+            for (int i = 0; i < f.size(); ++i)
             {
                 cplx m[4], l[4];
-                std.IdealThru(fq, m[0], m[1], m[2], m[3]);
-                line(fq, l);
+                thruStd.IdealThru(f[i], m[0], m[1], m[2], m[3]);
+                line(f[i], l);
                 minT21 = std::min(minT21, std::abs(m[1]));
                 for (int k = 0; k < 4; ++k)
                 {
+                    const cplx c = t.GetSParam(VNATraceMeas(k))[i];
                     modelError = std::max(modelError, std::abs(m[k] - l[k]));
+                    toModel = std::max(toModel, std::abs(c - m[k]));
+                    toLine = std::max(toLine, std::abs(c - l[k]));
                 }
             }
+            QVERIFY2(toModel < kExact, qPrintable(QString::number(toModel)));
+            QVERIFY(std::abs(toLine - modelError) < kExact);
             QVERIFY(Scene("load dut " + dut.path));
             const SParameters out = cal.ApplyCorrections(Measure(dev, stim, true, false), false);
             const double error = testfx::MaxDifference(out, expected);
