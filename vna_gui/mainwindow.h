@@ -14,6 +14,7 @@
 #include "vna_model.h"
 
 class QAbstractButton;
+class QImage;
 class QAction;
 class QButtonGroup;
 class QCloseEvent;
@@ -199,6 +200,9 @@ public slots:
     void showErrorInfo();
     void showSCPILog();
     void showAboutDialog();
+    void saveAsImage();
+    bool saveAsImage(const QString& file);
+    void printScreen(bool showDialog);
     void handleSCPIConnection();
     void readSCPISocket();
     void handleSCPIDisconnect();
@@ -251,6 +255,7 @@ private:
     // Trace from the channel and the measure suffix; false (error queued) when invalid.
     bool SCPITrace(Scpi* scpi, int channel, int& trace);
     void SCPIShowLockout();
+    QImage ScreenImage();
 
     VNAModel model;
     QVector<VNAPlot*> plots;

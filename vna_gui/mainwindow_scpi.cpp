@@ -217,6 +217,18 @@ bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
         case 7:  // :SYSTem:COMMunicate:GTLocal
             remoteDialog->done(0);
             return true;
+        case 8:  // :SYSTem:IMAGe:SAVe
+        {
+            QString file;
+            if (cmd->GetNextParameterFileName(file))
+            {
+                saveAsImage(file);
+            }
+            return true;
+        }
+        case 9:
+            printScreen(false);
+            return true;
         case 10:
             close();
             return true;

@@ -3,6 +3,7 @@
 #include <QNetworkInterface>
 #include <QRandomGenerator>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTcpSocket>
 #include <QtTest>
 
@@ -167,6 +168,11 @@ void TestScpiServer::stimulusThroughPanelsOperations()
     client.Send(":INIT1:CONT OFF\n");  // the parameter is not read: continuous all the same
     QCOMPARE(client.Query(":INIT1:CONT?"), QByteArray("1"));
     QCOMPARE(client.Query(":CONF:CHAN:CAT?"), QByteArray("1"));
+    QTemporaryDir dir;
+    const QString image = dir.filePath("shot.png");
+    client.Send(":SYST:IMAG:SAV \"" + image.toUtf8() + "\"\n");
+    QCOMPARE(client.Query(":SYST:ERR:COUN?"), QByteArray("0"));
+    QVERIFY(QImage(image).width() > 100);
     client.Send(":CONF:CHAN3:STAT ON\n");
     QCOMPARE(client.Query(":CONF:CHAN:CAT?"), QByteArray("1,3"));
     QCOMPARE(client.Query(":TRIG:SCOP?"), QByteArray("active"));
