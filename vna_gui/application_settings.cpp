@@ -166,8 +166,8 @@ bool IsValidFileName(const QString& name)
         const ushort u = c.unicode();
         const bool asciiAlnum = (u < 128) && (c.isLetterOrNumber());
         const bool nonAsciiAlnum = (u >= 128) && c.isLetterOrNumber();
-        const bool allowed = asciiAlnum || nonAsciiAlnum || c.isSpace() || c == '_' ||
-                             c == '-' || c == '(' || c == ')';
+        const bool allowed = asciiAlnum || nonAsciiAlnum || c.isSpace() || c == '_' || c == '-' ||
+                             c == '(' || c == ')';
         if (!allowed)
         {
             return false;

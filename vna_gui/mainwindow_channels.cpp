@@ -47,30 +47,38 @@ int MainWindow::addPlot()
     plot->SetVisiblePlotCounter([this] { return GetVisiblePlots(); });
     connect(plot, &VNAPlot::selectedTraceChanged, this, &MainWindow::traceSelected);
     connect(plot, &VNAPlot::plotNumberChanged, this, &MainWindow::updatePlots);
-    connect(plot, &VNAPlot::traceRefChanged, this, [this](int trace, double ref) {
-        traceSelected(trace);
-        traceRefChanged(ref);
-    });
+    connect(plot, &VNAPlot::traceRefChanged, this,
+            [this](int trace, double ref)
+            {
+                traceSelected(trace);
+                traceRefChanged(ref);
+            });
     connect(plot, &VNAPlot::setTracePlot, this,
             QOverload<int, int>::of(&MainWindow::tracePlotChanged));
     connect(plot, &VNAPlot::setTraceMeas, this,
             [this](int trace, VNATraceMeas meas) { traceMeasChanged(trace, int(meas)); });
     connect(plot, &VNAPlot::setTraceFormat, this,
             [this](int trace, VNATraceFormat f) { traceFormatChanged(trace, int(f)); });
-    connect(plot, qOverload<int>(&VNAPlot::autoScaleTrace), this, [this](int trace) {
-        traceSelected(trace);
-        traceAutoScale();
-    });
-    connect(plot, qOverload<VNATrace*>(&VNAPlot::autoScaleTrace), this, [this](VNATrace* t) {
-        model.traceAutoScale(t);
-        model.traceScaleCouplingHelper();
-        UpdateControlPanels();
-        updatePlots();
-    });
-    connect(plot, &VNAPlot::exportTrace, this, [this](int trace) {
-        traceSelected(trace);
-        traceExport();
-    });
+    connect(plot, qOverload<int>(&VNAPlot::autoScaleTrace), this,
+            [this](int trace)
+            {
+                traceSelected(trace);
+                traceAutoScale();
+            });
+    connect(plot, qOverload<VNATrace*>(&VNAPlot::autoScaleTrace), this,
+            [this](VNATrace* t)
+            {
+                model.traceAutoScale(t);
+                model.traceScaleCouplingHelper();
+                UpdateControlPanels();
+                updatePlots();
+            });
+    connect(plot, &VNAPlot::exportTrace, this,
+            [this](int trace)
+            {
+                traceSelected(trace);
+                traceExport();
+            });
     connect(plot, &VNAPlot::deleteTrace, this, &MainWindow::traceDelete);
     plots[number] = plot;
     plotArea->AddPlot(plot, number);

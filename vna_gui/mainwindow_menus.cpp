@@ -1,15 +1,15 @@
 // MainWindow: menu bar, toolbar and theme icons.
 #include <QAction>
-#include <QFontMetrics>
-#include <QMenu>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFontMetrics>
+#include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QMutexLocker>
 #include <QPainter>
 #include <QPrintDialog>
 #include <QPrinter>
-#include <QMessageBox>
-#include <QMutexLocker>
 #include <QProgressBar>
 #include <QToolBar>
 
@@ -34,7 +34,8 @@ void MainWindow::BuildToolbar()
     QToolBar* bar = addToolBar(tr("Toolbar"));
     bar->setObjectName(QStringLiteral("MainToolbar"));
     bar->setIconSize(QSize(24, 24));
-    auto add = [&](const char* text, const char* icon) {
+    auto add = [&](const char* text, const char* icon)
+    {
         QAction* a = bar->addAction(tr(text));
         a->setData(QString::fromLatin1(icon));
         iconActions.append(a);
@@ -192,9 +193,9 @@ bool MainWindow::saveAsImage(const QString& file)
 void MainWindow::saveAsImage()
 {
     const QString key = QStringLiteral("DefaultImageSaveDirectory");
-    const QString path = QFileDialog::getSaveFileName(this, tr("Save as Image"),
-                                                      GetDefaultUserDirectory(key),
-                                                      tr("Image Files (*.png *.jpg *.bmp)"));
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Save as Image"), GetDefaultUserDirectory(key),
+                                     tr("Image Files (*.png *.jpg *.bmp)"));
     if (path.isEmpty())
     {
         return;
@@ -233,12 +234,12 @@ void MainWindow::printScreen(bool showDialog)
 
 void MainWindow::showAboutDialog()
 {
-    QMessageBox::about(this, tr("About"),
-                       tr("Kestrix Vector Network Analysis Software\n\nNVX400 API Version: %1\n\n"
-                          "Licensed under the GNU General Public License, version 3 or later.")
-                           .arg(model.device.GetAPIVersion().isEmpty()
-                                    ? tr("not loaded")
-                                    : model.device.GetAPIVersion()));
+    QMessageBox::about(
+        this, tr("About"),
+        tr("Kestrix Vector Network Analysis Software\n\nNVX400 API Version: %1\n\n"
+           "Licensed under the GNU General Public License, version 3 or later.")
+            .arg(model.device.GetAPIVersion().isEmpty() ? tr("not loaded")
+                                                        : model.device.GetAPIVersion()));
 }
 
 void MainWindow::populateConnectMenu()

@@ -41,8 +41,7 @@ void MainWindow::SCPIShutdown()
 {
     if (scpiSocket)
     {
-        disconnect(scpiSocket, &QTcpSocket::disconnected, this,
-                   &MainWindow::handleSCPIDisconnect);
+        disconnect(scpiSocket, &QTcpSocket::disconnected, this, &MainWindow::handleSCPIDisconnect);
         disconnect(scpiSocket, &QTcpSocket::readyRead, this, &MainWindow::readSCPISocket);
         scpiSocket->close();
         scpi.SetSocket(nullptr);
@@ -172,8 +171,8 @@ void MainWindow::SCPIHandleCommand(Scpi* cmd)
     const int id = cmd->GetCommandId();
     qDebug() << "SCPI CMD ID received " << id;
     SCPIShowLockout();
-    if (SCPISystemCommand(cmd, id) || SCPIStimulusCommand(cmd, id) ||
-        SCPIDisplayCommand(cmd, id) || SCPIMeasurementCommand(cmd, id))
+    if (SCPISystemCommand(cmd, id) || SCPIStimulusCommand(cmd, id) || SCPIDisplayCommand(cmd, id) ||
+        SCPIMeasurementCommand(cmd, id))
     {
         return;
     }
@@ -239,7 +238,8 @@ bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
             cmd->SubmitReply(model.device.Connected());
             return true;
         case 13:
-            cmd->SubmitReply(model.device.Connected() ? 0 : int(model.device.GetDeviceList().size()));
+            cmd->SubmitReply(model.device.Connected() ? 0
+                                                      : int(model.device.GetDeviceList().size()));
             return true;
         case 14:
             if (model.device.Connected())
@@ -301,8 +301,8 @@ bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
             int channel = 0;
             if (SCPIChannel(cmd, channel))
             {
-                triggerSweepModeChanged(channel, id == 22 ? VNASweepMode::Continuous
-                                                          : VNASweepMode::Single);
+                triggerSweepModeChanged(channel,
+                                        id == 22 ? VNASweepMode::Continuous : VNASweepMode::Single);
             }
             return true;
         }
@@ -655,7 +655,8 @@ bool MainWindow::SCPIDisplayCommand(Scpi* cmd, int id)
                     numbers.append(QString::number(p + 1));
                 }
             }
-            cmd->SubmitReply(plots.isEmpty() ? QStringLiteral("-1") : numbers.join(QLatin1Char(',')));
+            cmd->SubmitReply(plots.isEmpty() ? QStringLiteral("-1")
+                                             : numbers.join(QLatin1Char(',')));
             return true;
         }
         case 231:

@@ -5,8 +5,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "error_log.h"
 #include <QFileInfo>
+#include "error_log.h"
 
 ErrorLogDialog::ErrorLogDialog(ErrorLog& errors, QWidget* parent) : QDialog(parent), log(errors)
 {
@@ -23,8 +23,7 @@ ErrorLogDialog::ErrorLogDialog(ErrorLog& errors, QWidget* parent) : QDialog(pare
     resize(sizeHint());
     connect(clear, &QPushButton::clicked, this, &ErrorLogDialog::clearList);
     // The queue may be filled from any thread; the view follows on the GUI thread.
-    connect(&log, &ErrorLog::listChanged, this, &ErrorLogDialog::updateList,
-            Qt::QueuedConnection);
+    connect(&log, &ErrorLog::listChanged, this, &ErrorLogDialog::updateList, Qt::QueuedConnection);
     updateList();
 }
 
@@ -246,7 +245,8 @@ void ScpiLogDialog::exportList() const
 SCPIRemoteDialog::SCPIRemoteDialog(QWidget* parent) : QMessageBox(parent)
 {
     setWindowTitle(tr("SCPI"));
-    setText(tr("The software is in remote mode.\r\nClose this dialog to return to local operation."));
+    setText(
+        tr("The software is in remote mode.\r\nClose this dialog to return to local operation."));
     setStandardButtons(QMessageBox::Close);
     button(QMessageBox::Close)->setText(tr("   Return to Local   "));
     setModal(true);

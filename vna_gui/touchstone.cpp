@@ -56,7 +56,8 @@ bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex
     switch (format)
     {
         case SnPFormatMA:
-            out = std::complex<double>(va * std::cos(vb * kDegToRad), va * std::sin(vb * kDegToRad));
+            out =
+                std::complex<double>(va * std::cos(vb * kDegToRad), va * std::sin(vb * kDegToRad));
             return true;
         case SnPFormatDB:
         {
@@ -292,7 +293,8 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
     out += "!Date:" + QDateTime::currentDateTime().toString(Qt::TextDate).toLatin1() + "\n";
     out += "# GHz S MA R 50\n";
     const double step = stimulus.StepSize();
-    auto appendMA = [&](std::complex<double> v) {
+    auto appendMA = [&](std::complex<double> v)
+    {
         AppendFixed(out, std::abs(v), 6);
         out += ' ';
         AppendFixed(out, std::atan2(v.imag(), v.real()) * kRadToDeg, 6);

@@ -554,7 +554,8 @@ void VNADevice::DemoGetSweep(double* const b[8])
 {
     const int n = std::min(stimulus.points, demoSweep.Size());
     const size_t bytes = size_t(std::max(n, 0)) * sizeof(std::complex<double>);
-    auto put = [&](double* dst, const CplxVector& src) {
+    auto put = [&](double* dst, const CplxVector& src)
+    {
         if (dst && bytes)
         {
             memcpy(dst, src.constData(), bytes);

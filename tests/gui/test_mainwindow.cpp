@@ -22,20 +22,22 @@ class BoxAnswerer : public QObject
 public:
     explicit BoxAnswerer(QMessageBox::StandardButton b) : button(b)
     {
-        connect(&timer, &QTimer::timeout, this, [this] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
-            {
-                texts.append(box->text());
-                if (QAbstractButton* b = box->button(button))
+        connect(&timer, &QTimer::timeout, this,
+                [this]
                 {
-                    b->click();
-                }
-                else
-                {
-                    box->accept();
-                }
-            }
-        });
+                    if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+                    {
+                        texts.append(box->text());
+                        if (QAbstractButton* b = box->button(button))
+                        {
+                            b->click();
+                        }
+                        else
+                        {
+                            box->accept();
+                        }
+                    }
+                });
         timer.start(10);
     }
     QStringList texts;
@@ -137,12 +139,14 @@ void TestMainWindow::ninthChannelWarnsAndKeepsMeasuring()
     BoxAnswerer ok(QMessageBox::Ok);
     bool runningDuringWarning = false;
     QTimer probe;
-    connect(&probe, &QTimer::timeout, [&] {
-        if (QApplication::activeModalWidget())
-        {
-            runningDuringWarning = window->Model().MeasRunning();
-        }
-    });
+    connect(&probe, &QTimer::timeout,
+            [&]
+            {
+                if (QApplication::activeModalWidget())
+                {
+                    runningDuringWarning = window->Model().MeasRunning();
+                }
+            });
     probe.start(1);
     window->addChannelTracePressed();
     QCOMPARE(ok.texts, QStringList{"All channels are currently active."});

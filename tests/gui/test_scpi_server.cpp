@@ -3,8 +3,8 @@
 #include <QNetworkInterface>
 #include <QRandomGenerator>
 #include <QTcpServer>
-#include <QTemporaryDir>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include "error_log.h"
@@ -149,7 +149,8 @@ void TestScpiServer::identityErrorsAndCompoundLines()
     QCOMPARE(client.Query(":SYST:ERR:NEXT?"), QByteArray("-5,Unsupported;:CALC1:MEAS1:MARK1:STAT"));
     // A query on a channel suffix beyond the eight gives no reply and error -7.
     client.Send(":SENS9:AVER:STAT?\n");
-    QCOMPARE(client.Query(":SYST:ERR:NEXT?"), QByteArray("-7,Unknown error;Invalid channel number"));
+    QCOMPARE(client.Query(":SYST:ERR:NEXT?"),
+             QByteArray("-7,Unknown error;Invalid channel number"));
 }
 
 void TestScpiServer::stimulusThroughPanelsOperations()
@@ -237,7 +238,13 @@ void TestScpiServer::errorQueueAndLog()
     client.Send(many);
     QCOMPARE(client.Query(":SYST:ERR:COUN?"), QByteArray("100"));
     ScpiLogDialog* log = window->ScpiLog();
-    QVERIFY(Client::Pump([&] { QCoreApplication::processEvents(); return log->Total() == 4; }, 3000));
+    QVERIFY(Client::Pump(
+        [&]
+        {
+            QCoreApplication::processEvents();
+            return log->Total() == 4;
+        },
+        3000));
     QCOMPARE(log->Shown().last().text, QString("100"));
     QVERIFY(log->Shown().last().isReply);
     QCOMPARE(log->Commands() + log->Responses(), 4);
@@ -265,7 +272,8 @@ void TestScpiServer::garbageNeverCrashes()
     // What follows a NUL byte in the same read is dropped; what precedes it is served.
     client.Send(QByteArray("*IDN?\n\0:SYST:ERR:CLE\n", 21));
     QVERIFY(Client::Pump(
-        [&] { return client.socket.canReadLine() && client.socket.readLine().startsWith("Kestrix"); },
+        [&]
+        { return client.socket.canReadLine() && client.socket.readLine().startsWith("Kestrix"); },
         10000));
     QByteArray flood;
     for (int i = 0; i < 2000; ++i)
@@ -276,7 +284,8 @@ void TestScpiServer::garbageNeverCrashes()
     // Every reply of the flood arrives, and the program still answers afterwards.
     int replies = 0;
     QVERIFY(Client::Pump(
-        [&] {
+        [&]
+        {
             while (client.socket.canReadLine())
             {
                 replies += client.socket.readLine().contains("mlog") ? 1 : 0;
