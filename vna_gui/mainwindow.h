@@ -235,6 +235,10 @@ private:
     void LoadFactoryCalInThread();
     void ShowDevice(const QString& name);
     void ResetToDefaultTrace();
+    void QuickSetup(const QVector<VNATraceMeas>& measurements, bool ask);
+    // A new channel with one S11 trace in the plot (a new plot when -1); false with a warning
+    // when all channels are in use.
+    bool AddChannelWithTrace(int plot);
     // Stops the loop, applies an edit to one channel's stimulus, and starts it again.
     void EditStimulus(int channel, const std::function<void(VNAStimulus&)>& edit);
     // Applies an edit to a trace under the trace lock, then recalculates its channel.

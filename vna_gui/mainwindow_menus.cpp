@@ -14,6 +14,7 @@
 #include <QToolBar>
 
 #include "application_settings.h"
+#include "file_dialogs.h"
 #include "error_log.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
@@ -192,16 +193,10 @@ bool MainWindow::saveAsImage(const QString& file)
 
 void MainWindow::saveAsImage()
 {
-    const QString key = QStringLiteral("DefaultImageSaveDirectory");
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("Save as Image"), GetDefaultUserDirectory(key),
-                                     tr("Image Files (*.png *.jpg *.bmp)"));
-    if (path.isEmpty())
-    {
-        return;
-    }
-    SetDefaultUserDirectory(key, QFileInfo(path).absolutePath());
-    if (!saveAsImage(path))
+    const QString path = GetFileNameSave(this, QStringLiteral("DefaultImageSaveDirectory"),
+                                         tr("Image Files (*.png *.jpg *.bmp)"),
+                                         tr("Save as Image"));
+    if (!path.isEmpty() && !saveAsImage(path))
     {
         ShowMessageBoxWarning(this, tr("Error"), tr("Unable to save the image."));
     }

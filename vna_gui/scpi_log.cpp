@@ -65,6 +65,7 @@ void ErrorLogDialog::updateList()
 #include <QTextCursor>
 
 #include "application_settings.h"
+#include "file_dialogs.h"
 #include "preferences.h"
 
 QString ScpiLogMessage::ToStringDisplay() const
@@ -230,16 +231,13 @@ bool ScpiLogDialog::ExportTo(const QString& path) const
 
 void ScpiLogDialog::exportList() const
 {
-    const QString key = QStringLiteral("DefaultSCPILogSaveDirectory");
-    const QString path =
-        QFileDialog::getSaveFileName(const_cast<ScpiLogDialog*>(this), tr("Export File Name"),
-                                     GetDefaultUserDirectory(key), tr("Text Files (*.txt)"));
-    if (path.isEmpty())
+    const QString path = GetFileNameSave(const_cast<ScpiLogDialog*>(this),
+                                         QStringLiteral("DefaultSCPILogSaveDirectory"),
+                                         tr("Text Files (*.txt)"), tr("Export File Name"));
+    if (!path.isEmpty())
     {
-        return;
+        ExportTo(path);
     }
-    SetDefaultUserDirectory(key, QFileInfo(path).absolutePath());
-    ExportTo(path);
 }
 
 SCPIRemoteDialog::SCPIRemoteDialog(QWidget* parent) : QMessageBox(parent)

@@ -408,10 +408,8 @@ void VNADevice::StartSweep(SParametersRaw& r)
                       b[11], b[12], b[13], b[14], b[15]);
 }
 
-void VNADevice::GetSweep(SParametersRaw& r)
+void VNADevice::BlockingSweep(SParametersRaw& r)
 {
-    r.Resize(stimulus.points);
-    r.positionStart = r.positionEnd = stimulus.points;
     if (!connected)
     {
         return;
@@ -428,24 +426,19 @@ void VNADevice::GetSweep(SParametersRaw& r)
                     b[11], b[12], b[13], b[14], b[15]);
 }
 
+void VNADevice::GetSweep(SParametersRaw& r)
+{
+    r.Resize(stimulus.points);
+    r.positionStart = r.positionEnd = stimulus.points;
+    BlockingSweep(r);
+}
+
 SParametersRaw VNADevice::GetSweep()
 {
+    // A fresh record: its positions stay at 0.
     SParametersRaw r;
     r.Resize(stimulus.points);
-    if (!connected)
-    {
-        return r;
-    }
-    double* b[16];
-    SweepBuffers(r, fwdEnabled, revEnabled, b);
-    if (demoMode)
-    {
-        double* const demo[8] = {b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7]};
-        DemoGetSweep(demo);
-        return r;
-    }
-    lib.vnaGetSweep(handle, b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10],
-                    b[11], b[12], b[13], b[14], b[15]);
+    BlockingSweep(r);
     return r;
 }
 
