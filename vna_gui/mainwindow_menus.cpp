@@ -14,8 +14,8 @@
 #include <QToolBar>
 
 #include "application_settings.h"
-#include "file_dialogs.h"
 #include "error_log.h"
+#include "file_dialogs.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
 #include "multi_plot_splitter_area.h"
@@ -193,9 +193,9 @@ bool MainWindow::saveAsImage(const QString& file)
 
 void MainWindow::saveAsImage()
 {
-    const QString path = GetFileNameSave(this, QStringLiteral("DefaultImageSaveDirectory"),
-                                         tr("Image Files (*.png *.jpg *.bmp)"),
-                                         tr("Save as Image"));
+    const QString path =
+        GetFileNameSave(this, QStringLiteral("DefaultImageSaveDirectory"),
+                        tr("Image Files (*.png *.jpg *.bmp)"), tr("Save as Image"));
     if (!path.isEmpty() && !saveAsImage(path))
     {
         ShowMessageBoxWarning(this, tr("Error"), tr("Unable to save the image."));

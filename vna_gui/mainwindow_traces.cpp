@@ -4,8 +4,8 @@
 #include <QMutexLocker>
 
 #include "application_settings.h"
-#include "file_dialogs.h"
 #include "control_panels.h"
+#include "file_dialogs.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
 

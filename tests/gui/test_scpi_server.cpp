@@ -211,6 +211,27 @@ void TestScpiServer::measurementsAndData()
     QCOMPARE(client.Query(":CALC1:MEAS:CAT?"), QByteArray("1,2,3,4"));
     client.Send(":CALC1:MEAS1:DATA:RCVR? bogus\n");
     QVERIFY(client.Query(":SYST:ERR:NEXT?").startsWith("-2,"));
+    // Scale, offsets and statistics reach the trace; the statistics follow the data.
+    client.Send(":CALC1:MEAS2:Y:SCAL:RLEV -7;:CALC1:MEAS2:Y:SCAL:DIV 2.5\n");
+    client.Send(":CALC1:MEAS2:Y:SCAL:RPOS 4;:CALC1:MEAS2:OFFS:MAGN 1.5\n");
+    QCOMPARE(client.Query(":CALC1:MEAS2:Y:SCAL:RLEV?;:CALC1:MEAS2:Y:SCAL:DIV?;"
+                          ":CALC1:MEAS2:Y:SCAL:RPOS?"),
+             QByteArray("-7;2.5;4"));
+    // A relative header keeps the keywords but not their suffixes: no measure, no reply.
+    QCOMPARE(client.Query(":CALC1:MEAS2:Y:SCAL:RLEV?;DIV?"), QByteArray("-7;"));
+    QCOMPARE(client.Query(":SYST:ERR:NEXT?"),
+             QByteArray("-7,Unknown error;Missing measure suffix"));
+    client.Send(":CALC1:MEAS2:STAT:STAT ON\n");
+    QVERIFY(Client::Pump([&] { return window->Model().SweepsStarted() > start + 3; }, 10000));
+    const QList<QByteArray> y = client.Query(":CALC1:MEAS2:DATA:FDATA?").split(',');
+    const double maxReply = client.Query(":CALC1:MEAS2:STAT:DATA? max").toDouble();
+    double maxData = -1e300;
+    for (const QByteArray& v : y)
+    {
+        maxData = std::max(maxData, v.toDouble());
+    }
+    QVERIFY(std::fabs(maxReply - maxData) < 1e-6);
+    client.Send(":CALC1:MEAS2:OFFS:MAGN 0\n");
     client.Send(":CALC1:MEAS1:CORR:EDEL 2.5ns\n");
     QCOMPARE(client.Query(":CALC1:MEAS1:CORR:EDEL?").toDouble(), 2.5e-9);
 }
