@@ -78,6 +78,8 @@ public:
 
     // --- channels, traces, plots ------------------------------------------------------------
     int addPlot();
+    // Creates the plot in that slot; -1 when the slot is taken or out of range.
+    int addPlot(int number);
     void PresetInstrumentState(bool createDefault, bool restart);
     void Preset(bool confirm);
     int GetNextPlotNumber() const;

@@ -38,8 +38,12 @@ int MainWindow::GetVisiblePlots() const
 
 int MainWindow::addPlot()
 {
-    const int number = GetNextPlotNumber();
-    if (number < 0)
+    return addPlot(GetNextPlotNumber());
+}
+
+int MainWindow::addPlot(int number)
+{
+    if (number < 0 || number >= plots.size() || plots[number])
     {
         return -1;
     }

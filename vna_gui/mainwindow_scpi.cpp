@@ -691,9 +691,7 @@ bool MainWindow::SCPIDisplayCommand(Scpi* cmd, int id)
             }
             if (on && !plots[plot])
             {
-                auto* p = new VNAPlot(model, plot, plotArea);
-                plots[plot] = p;
-                plotArea->AddPlot(p, plot);
+                addPlot(plot);
             }
             else if (!on && plots[plot])
             {

@@ -174,6 +174,11 @@ void TestScpiServer::stimulusThroughPanelsOperations()
     client.Send(":SYST:IMAG:SAV \"" + image.toUtf8() + "\"\n");
     QCOMPARE(client.Query(":SYST:ERR:COUN?"), QByteArray("0"));
     QVERIFY(QImage(image).width() > 100);
+    client.Send(":DISP:WIND5:STAT ON;:DISP:WIND5:TITL:DATA Filter\n");
+    QCOMPARE(client.Query(":DISP:CAT?"), QByteArray("1,5"));
+    QCOMPARE(client.Query(":DISP:WIND5:TITL:DATA?"), QByteArray("Filter"));
+    client.Send(":DISP:WIND5:STAT OFF\n");
+    QCOMPARE(client.Query(":DISP:WIND5:STAT?"), QByteArray("0"));
     client.Send(":CONF:CHAN3:STAT ON\n");
     QCOMPARE(client.Query(":CONF:CHAN:CAT?"), QByteArray("1,3"));
     QCOMPARE(client.Query(":TRIG:SCOP?"), QByteArray("active"));
