@@ -183,13 +183,27 @@ namespace
 {
 // Plans are created once per (length, direction) and reused through the new-array execute
 // interface, which is thread-safe; planning itself is not, hence the lock.
-// Guards plans.
+// Plans by (length, sign), released when the process ends.
+struct PlanCache
+{
+    ~PlanCache()
+    {
+        for (auto& entry : plans)
+        {
+            fftw_destroy_plan(entry.second);
+        }
+    }
+    std::map<std::pair<int, int>, fftw_plan> plans;
+};
+
+// Guards cache.
 std::mutex planMutex;
-std::map<std::pair<int, int>, fftw_plan> plans;  // by (length, sign)
+PlanCache cache;
 
 fftw_plan GetPlan(int n, int sign)
 {
     std::lock_guard<std::mutex> lock(planMutex);
+    std::map<std::pair<int, int>, fftw_plan>& plans = cache.plans;
     auto it = plans.find({n, sign});
     if (it != plans.end())
     {
