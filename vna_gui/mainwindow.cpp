@@ -598,6 +598,8 @@ void MainWindow::updateStatusBarStimulusSlot()
     statusBarWidget->SetBandwidth(c->stimulus.ifbw, c->stimulus.avgEnabled, c->stimulus.avgCount,
                                   current);
     statusBarWidget->SetReference(model.reference);
+    // The loop rebuilds the calibration's terms under the trace lock.
+    QMutexLocker lock(&model.traceLock);
     const VNACalibration& cal = c->calibration;
     QString label;
     if (cal.CorrectionsLoaded())

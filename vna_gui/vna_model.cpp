@@ -270,15 +270,18 @@ void VNAModel::ReconfigureChannels()
         qDebug() << "Reconfiguring channels";
         const int n = c->stimulus.points;
         c->MeasRaw.Resize(n);
+        // The chain may run on the GUI thread meanwhile (a setting change): what it reads, the
+        // corrected data and the calibration's terms, changes under the trace lock only.
+        QMutexLocker lock(&traceLock);
         {
-            QMutexLocker lock(&c->measLock);
+            QMutexLocker measLock(&c->measLock);
             c->MeasAvg.Resize(n);
+            c->avgCurrent = 0;
         }
         c->MeasCal.Resize(n);
         c->processed.Resize(n);
         c->calibration.BuildCorrections(c->stimulus);
         c->factoryCalibration.BuildCorrections(c->stimulus);
-        c->ClearAveraging();
     }
     emit updateStatusBarStimulusSignal();
 }
