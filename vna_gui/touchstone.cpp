@@ -4,11 +4,11 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTextStream>
 #include <charconv>
 #include <cmath>
 
+#include "application_settings.h"
 #include "vna_stimulus.h"
 
 namespace
@@ -56,7 +56,8 @@ bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex
     switch (format)
     {
         case SnPFormatMA:
-            out = std::complex<double>(va * std::cos(vb * kDegToRad), va * std::sin(vb * kDegToRad));
+            out =
+                std::complex<double>(va * std::cos(vb * kDegToRad), va * std::sin(vb * kDegToRad));
             return true;
         case SnPFormatDB:
         {
@@ -278,13 +279,6 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
         error = Tr("Invalid S-Parameter data size.");
         return false;
     }
-    // Written through a save file so that a failed write never replaces a good file.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-    {
-        error = Tr("Unable to open selected file.");
-        return false;
-    }
     QByteArray out;
     const int n = data.Size();
     out.reserve(64 + n * (asS1P ? 40 : 130));
@@ -292,7 +286,8 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
     out += "!Date:" + QDateTime::currentDateTime().toString(Qt::TextDate).toLatin1() + "\n";
     out += "# GHz S MA R 50\n";
     const double step = stimulus.StepSize();
-    auto appendMA = [&](std::complex<double> v) {
+    auto appendMA = [&](std::complex<double> v)
+    {
         AppendFixed(out, std::abs(v), 6);
         out += ' ';
         AppendFixed(out, std::atan2(v.imag(), v.real()) * kRadToDeg, 6);
@@ -317,7 +312,8 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
         }
         out += '\n';
     }
-    if (file.write(out) != out.size() || !file.commit())
+    // A failed write never replaces a good file.
+    if (!SaveFileWhole(path, out))
     {
         error = Tr("Unable to open selected file.");
         return false;
