@@ -13,6 +13,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QVBoxLayout>
 #include <thread>
 
@@ -30,7 +32,9 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
 {
     setWindowTitle(tr("Kestrix Vector Network Analysis Software"));
     ReadFanDefaults();
+    scpiServer = new QTcpServer(this);
     errorLogDialog = new ErrorLogDialog(*SysErr::Log(), this);
+    scpiLogDialog = new ScpiLogDialog(this);
 
     plots.fill(nullptr, VNAModel::kPlotCount);
     model.activeChannelIndex = 0;
@@ -53,6 +57,11 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
     ConnectModelSignals();
     setThemeIcons();
     resize(1400, 860);
+
+    scpi.SetCallbackFunction([this](Scpi* cmd) { SCPIHandleCommand(cmd); });
+    remoteDialog = new SCPIRemoteDialog(this);
+    connect(scpiServer, &QTcpServer::newConnection, this, &MainWindow::handleSCPIConnection);
+    SCPIStartup();
 
     UpdateControlPanels();
     ConnectDevice();
@@ -669,6 +678,7 @@ void MainWindow::showErrorInfo()
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     MeasStop();
+    SCPIShutdown();
     DisconnectDevice();
     // Window state is saved here once instrument state files exist.
     event->accept();

@@ -10,6 +10,7 @@
 
 #include "frequency.h"
 #include "preferences.h"
+#include "scpi_def.h"
 #include "vna_model.h"
 
 class QAbstractButton;
@@ -20,6 +21,10 @@ class QEventLoop;
 class QMenu;
 class QProgressBar;
 class QStackedWidget;
+class QTcpServer;
+class QTcpSocket;
+class SCPIRemoteDialog;
+class ScpiLogDialog;
 class ChannelWidget;
 class ErrorLogDialog;
 class VNAPlot;
@@ -82,6 +87,15 @@ public:
     // Reads a Touchstone file into the next free channel, in hold; false with a message.
     bool ImportSNPFile(const QString& path);
     int ActiveTraceIndex() const { return model.selectedTraceIndex; }
+
+    // --- remote control ---------------------------------------------------------------------
+    void SCPIStartup();
+    void SCPIShutdown();
+    void SCPIUpdatePort();
+    // The port the server listens on, or 0 when it does not listen.
+    quint16 SCPIServerPort() const;
+    ScpiLogDialog* ScpiLog() const { return scpiLogDialog; }
+    void SCPIHandleCommand(Scpi* scpi);
 
 public slots:
     void connectDevice();
@@ -183,6 +197,11 @@ public slots:
 
     void panelButtonClicked(int index);
     void showErrorInfo();
+    void showSCPILog();
+    void showAboutDialog();
+    void handleSCPIConnection();
+    void readSCPISocket();
+    void handleSCPIDisconnect();
 
 private slots:
     void updateControlsSlot();
@@ -222,8 +241,24 @@ private:
     // Destroys the traces on a plot and empties its slot; the caller holds no lock.
     void RemovePlot(int plot);
 
+    // Command bodies by group, each true when it handled the id.
+    bool SCPISystemCommand(Scpi* scpi, int id);
+    bool SCPIStimulusCommand(Scpi* scpi, int id);
+    bool SCPIDisplayCommand(Scpi* scpi, int id);
+    bool SCPIMeasurementCommand(Scpi* scpi, int id);
+    // Channel from the command's first suffix; false (error queued) when invalid.
+    bool SCPIChannel(Scpi* scpi, int& channel);
+    // Trace from the channel and the measure suffix; false (error queued) when invalid.
+    bool SCPITrace(Scpi* scpi, int channel, int& trace);
+    void SCPIShowLockout();
+
     VNAModel model;
     QVector<VNAPlot*> plots;
+    QTcpServer* scpiServer = nullptr;
+    QTcpSocket* scpiSocket = nullptr;
+    Scpi scpi;
+    ScpiLogDialog* scpiLogDialog = nullptr;
+    SCPIRemoteDialog* remoteDialog = nullptr;
     ChannelWidget* plotArea = nullptr;
     QStackedWidget* panelStack = nullptr;
     QButtonGroup* panelButtons = nullptr;

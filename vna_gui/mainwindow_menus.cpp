@@ -3,6 +3,7 @@
 #include <QFontMetrics>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QMutexLocker>
 #include <QProgressBar>
 #include <QToolBar>
@@ -62,7 +63,8 @@ void MainWindow::BuildToolbar()
 
 void MainWindow::setThemeIcons()
 {
-    const bool dark = Preferences::Get().GetProgramStyle() == KXStyleDark;
+    // Follows what is on screen: light strokes on a dark window, dark strokes on a light one.
+    const bool dark = palette().color(QPalette::Window).lightness() < 128;
     const QString base = dark ? QStringLiteral(":/resources/toolbar_icons/dark/")
                               : QStringLiteral(":/resources/toolbar_icons/");
     for (QAction* a : iconActions)
@@ -103,6 +105,12 @@ void MainWindow::InitMenuBar()
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
+    QMenu* edit = menuBar()->addMenu(tr("Edit"));
+    QMenu* theme = edit->addMenu(tr("Theme"));
+    theme->addAction(tr("Light"))->setEnabled(false);  // themes arrive with the style manager
+    theme->addAction(tr("Dark"))->setEnabled(false);
+    edit->addAction(tr("Preferences"))->setEnabled(false);
+
     QMenu* channels = menuBar()->addMenu(tr("Channels"));
     connect(channels, &QMenu::aboutToShow, this, &MainWindow::aboutToShowChannelMenu);
     QMenu* newChannel = channels->addMenu(tr("New Channel"));
@@ -119,6 +127,18 @@ void MainWindow::InitMenuBar()
     connect(activeChannelMenu, &QMenu::triggered, this,
             [this](QAction* a) { channelSelected(a->data().toInt()); });
 
+    // The calibration workflows arrive with their dialogs; their entries stand ready.
+    QMenu* calibration = menuBar()->addMenu(tr("Calibration"));
+    for (const char* entry :
+         {QT_TR_NOOP("Start New Calibration (Mechanical)"),
+          QT_TR_NOOP("Start New Calibration (Electronic)"), QT_TR_NOOP("Load Calibration"),
+          QT_TR_NOOP("Unload Calibration"), QT_TR_NOOP("Calibration Enabled"),
+          QT_TR_NOOP("Interpolation Enabled"), QT_TR_NOOP("Use Calibration Stimulus"),
+          QT_TR_NOOP("Calibration Properties"), QT_TR_NOOP("Manage Calibration Kits")})
+    {
+        calibration->addAction(tr(entry))->setEnabled(false);
+    }
+
     QMenu* settings = menuBar()->addMenu(tr("Settings"));
     QMenu* reference = settings->addMenu(tr("Reference"));
     connect(reference->addAction(tr("Internal")), &QAction::triggered, this,
@@ -132,6 +152,21 @@ void MainWindow::InitMenuBar()
     QMenu* utilities = menuBar()->addMenu(tr("Utilities"));
     connect(utilities->addAction(tr("Error Info")), &QAction::triggered, this,
             &MainWindow::showErrorInfo);
+    connect(utilities->addAction(tr("SCPI Log")), &QAction::triggered, this,
+            &MainWindow::showSCPILog);
+
+    QMenu* help = menuBar()->addMenu(tr("Help"));
+    connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);
+}
+
+void MainWindow::showAboutDialog()
+{
+    QMessageBox::about(this, tr("About"),
+                       tr("Kestrix Vector Network Analysis Software\n\nNVX400 API Version: %1\n\n"
+                          "Licensed under the GNU General Public License, version 3 or later.")
+                           .arg(model.device.GetAPIVersion().isEmpty()
+                                    ? tr("not loaded")
+                                    : model.device.GetAPIVersion()));
 }
 
 void MainWindow::populateConnectMenu()

@@ -1,5 +1,7 @@
 #include "scpi_def.h"
 
+#include <charconv>
+
 #include <QCoreApplication>
 #include <QIODevice>
 #include <QLoggingCategory>
@@ -360,6 +362,7 @@ void Scpi::Input(const QString& line)
             parameters = params;
             suffixes = matchedSuffixes;
             commandId = found->id;
+            commandHeader = header;
             if (debugShown())
             {
                 qDebug() << "# of params: " << parameters.size();
@@ -611,6 +614,24 @@ void Scpi::SubmitReply(bool value)
     commandReply.append(value ? '1' : '0');
 }
 
+namespace
+{
+// "%.10g" of printf, without its per-call cost: large data replies are built from these.
+void AppendG10(QByteArray& out, double v)
+{
+    char buf[64];
+    const auto r = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::general, 10);
+    if (r.ec == std::errc())
+    {
+        out.append(buf, int(r.ptr - buf));
+    }
+    else
+    {
+        out.append(QByteArray::number(v, 'g', 10));
+    }
+}
+}  // namespace
+
 void Scpi::SubmitReply(const QVector<double>& values)
 {
     commandReply.reserve(commandReply.size() + 5 * values.size());
@@ -620,7 +641,7 @@ void Scpi::SubmitReply(const QVector<double>& values)
         {
             commandReply.append(',');
         }
-        commandReply.append(QString::asprintf("%.10g", values[i]).toLatin1());
+        AppendG10(commandReply, values[i]);
     }
 }
 
@@ -634,7 +655,9 @@ void Scpi::SubmitReply(const QVector<double>& x, const QVector<double>& y)
         {
             commandReply.append(',');
         }
-        commandReply.append(QString::asprintf("%.10g,%.10g", x[i], y[i]).toLatin1());
+        AppendG10(commandReply, x[i]);
+        commandReply.append(',');
+        AppendG10(commandReply, y[i]);
     }
 }
 
@@ -647,8 +670,9 @@ void Scpi::SubmitReply(const QVector<std::complex<double>>& values)
         {
             commandReply.append(',');
         }
-        commandReply.append(
-            QString::asprintf("%.10g,%.10g", values[i].real(), values[i].imag()).toLatin1());
+        AppendG10(commandReply, values[i].real());
+        commandReply.append(',');
+        AppendG10(commandReply, values[i].imag());
     }
 }
 

@@ -95,6 +95,8 @@ public:
     void Input(const QString& line);
 
     int GetCommandId() const { return commandId; }
+    // The header of the command being run, as the client wrote it.
+    QString GetCommandHeader() const { return commandHeader; }
     int ParameterCount() const { return parameters.size(); }
 
     bool GetNextParameterString(QString& value, bool toLower);
@@ -156,6 +158,7 @@ private:
     QStringList parameters;
     QList<int> suffixes;
     int commandId = 0;
+    QString commandHeader;
     QIODevice* socket = nullptr;
     ScpiLogSink* log = nullptr;
     QString lineBuffer;

@@ -315,7 +315,20 @@ QVector<int> TraceChannelMapper::GetTracesOnChannel(int channel) const
 
 QVector<int> TraceChannelMapper::GetSCPITracesOnChannel(int channel) const
 {
-    return GetTracesOnChannel(channel);
+    // The remote interface names a trace by its place on the channel.
+    QVector<int> places;
+    if (channel < 0 || channel >= kChannels)
+    {
+        return places;
+    }
+    for (int p = 0; p < map[channel].size(); ++p)
+    {
+        if (map[channel][p] != -1)
+        {
+            places.append(p);
+        }
+    }
+    return places;
 }
 
 void TraceChannelMapper::PrintMapping() const

@@ -102,6 +102,7 @@ public:
     int GetNextAvailablePos(int channel) const;
     void Remove(int trace);
     QVector<int> GetTracesOnChannel(int channel) const;
+    // Places (measure numbers from 0) that hold a trace, in order.
     QVector<int> GetSCPITracesOnChannel(int channel) const;
     void PrintMapping() const;
 
