@@ -15,11 +15,14 @@
 #include <functional>
 #include <vector>
 
+#include "application_settings.h"
 #include "error_log.h"
 #include "frequency.h"
 #include "scpi_def.h"
 #include "scpi_parameters.h"
 #include "touchstone.h"
+#include "vna_calibration.h"
+#include "vna_calkit.h"
 
 namespace fuzzinputs
 {
@@ -108,6 +111,72 @@ inline bool TextParsers(const uint8_t* data, size_t size)
     scpiParameterToFileName(text, ok);
     std::vector<unsigned char> block;
     scpiParameterToBinary(text, block);
+    return true;
+}
+// Calibration kit file (.skt, an INI file): load it and use every standard as a calibration
+// would, at a few frequencies across the instrument's range.
+inline bool CalKit(const uint8_t* data, size_t size)
+{
+    const QString path = WriteInput(data, size, QStringLiteral("input.skt"));
+    VNACalKit kit;
+    if (!LoadCalKit(path, kit))
+    {
+        return true;
+    }
+    kit.GetDisplayName();
+    kit.CanPerformSOLT();
+    kit.GetNextID();
+    for (int c = 0; c < kCalClassCount; ++c)
+    {
+        for (const CalKitStandardInfo& standard : kit.GetStandardsWithClass(CalClass(c)))
+        {
+            for (double f : {40e6, 1e9, 20e9})
+            {
+                standard.IdealShort(f);
+                standard.IdealOpen(f);
+                standard.IdealLoad(f);
+                std::complex<double> a, b, c2, d;
+                standard.IdealThru(f, a, b, c2, d);
+            }
+            standard.GetLongListString();
+        }
+    }
+    return true;
+}
+
+// Calibration file (.vnacal, an INI file): load it, and when it loads, build the corrections on
+// its own stimulus and correct a sweep with them, as a channel does on activation.
+inline bool Calibration(const uint8_t* data, size_t size)
+{
+    const QString path = WriteInput(data, size, QStringLiteral("input.vnacal"));
+    VNACalibration cal;
+    bool ok = false;
+    QString error;
+    {
+        ApplicationSettings settings(path);
+        cal.Load(settings, ok, error);
+    }
+    if (!ok && error.isEmpty())
+    {
+        return false;  // a refusal always says why
+    }
+    const VNAStimulus stimulus = cal.GetStimulus();
+    // Sweeps beyond the instrument's largest are refused elsewhere; they only cost time here.
+    if (cal.CorrectionsLoaded() && stimulus.points > 0 && stimulus.points <= 1001)
+    {
+        cal.BuildCorrections(stimulus);
+        SParametersRaw raw;
+        raw.Resize(stimulus.points);
+        for (int i = 0; i < SParametersRaw::kVectorCount; ++i)
+        {
+            for (std::complex<double>& v : raw.Vector(i))
+            {
+                v = {0.5, -0.25};
+            }
+        }
+        cal.ApplyCorrections(raw, true);
+        cal.ApplyCorrections(raw, false);
+    }
     return true;
 }
 }  // namespace fuzzinputs
