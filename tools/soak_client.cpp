@@ -1,7 +1,7 @@
 // Soak client: drives the program's remote interface on loopback for a set time with a mix of
 // stimulus changes, data, marker and calibration queries and deliberate garbage, then reports
 // what was answered, what was not, the errors the program queued and its resident memory.
-//   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 3000] [--seed N]
+//   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 1000] [--seed N]
 // Exits 1 when the program stops answering altogether (connection lost, or nothing answered).
 #include <QByteArray>
 #include <QCoreApplication>
@@ -22,7 +22,7 @@ struct Options
     quint16 port = 5026;
     int durationSeconds = 60;
     qint64 pid = 0;
-    int timeoutMs = 3000;
+    int timeoutMs = 1000;
     quint32 seed = 1;
 };
 
@@ -37,6 +37,7 @@ struct Counts
     qint64 errorsQueued = 0;
     qint64 errorsRead = 0;
     QMap<int, qint64> errorCodes;
+    QMap<QByteArray, qint64> errorTexts;
     qint64 dataPoints = 0;
 };
 
@@ -141,6 +142,7 @@ public:
             }
             ++counts.errorsRead;
             ++counts.errorCodes[e.split(',').value(0).toInt()];
+            ++counts.errorTexts[e.left(100)];
         }
     }
 
@@ -338,6 +340,7 @@ int main(int argc, char* argv[])
     }
     client.Send(":CONF:CHAN1:STAT 1");
     client.Send(":CONF:CHAN2:STAT 1");
+    client.Send(":CALC2:MEAS1:DEF");  // the new channel's first measurement
     client.Send(":SENS1:SWE:MODE CONT");
     client.Send(":SENS2:SWE:MODE CONT");
     client.Send(":INIT1:CONT 1");
@@ -381,6 +384,10 @@ int main(int argc, char* argv[])
         std::printf(" %d x%lld", it.key(), it.value());
     }
     std::printf("\n");
+    for (auto it = counts.errorTexts.cbegin(); it != counts.errorTexts.cend(); ++it)
+    {
+        std::printf("soak:   %6lld x %s\n", it.value(), it.key().constData());
+    }
     std::printf("soak: resident memory start %lld kB, end %lld kB, max %lld kB\n", rssStart, rssEnd,
                 rssMax);
     if (lostAt >= 0)
