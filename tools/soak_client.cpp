@@ -154,8 +154,8 @@ public:
         const double start = 40e6 + rng.bounded(1000) * 1e6;
         const double stop = start + 10e6 + rng.bounded(4000) * 1e6;
         const int points = 11 + rng.bounded(390);
-        Send(QStringLiteral(":SENS%1:FREQ:STAR %2").arg(ch).arg(start, 0, 'g', 9).toLatin1());
-        Send(QStringLiteral(":SENS%1:FREQ:STOP %2").arg(ch).arg(stop, 0, 'g', 9).toLatin1());
+        Send(QStringLiteral(":SENS%1:FREQ:STAR %2").arg(ch).arg(start, 0, 'f', 0).toLatin1());
+        Send(QStringLiteral(":SENS%1:FREQ:STOP %2").arg(ch).arg(stop, 0, 'f', 0).toLatin1());
         Send(QStringLiteral(":SENS%1:SWE:POIN %2").arg(ch).arg(points).toLatin1());
         if (round % 5 == 0)
         {
@@ -185,7 +185,7 @@ public:
         Send(QStringLiteral(":CALC%1:MEAS1:MARK2:STAT ON").arg(ch).toLatin1());
         Send(QStringLiteral(":CALC%1:MEAS1:MARK2:X %2")
                  .arg(ch)
-                 .arg((start + stop) / 2, 0, 'g', 9)
+                 .arg((start + stop) / 2, 0, 'f', 0)
                  .toLatin1());
         Query(QStringLiteral(":CALC%1:MEAS1:MARK2:Y?").arg(ch).toLatin1(), ok);
         Send(QStringLiteral(":CALC%1:MEAS1:MARK2:FUNC:EXEC MAX").arg(ch).toLatin1());
