@@ -124,10 +124,12 @@ int main(int argc, char** argv)
         qWarning("remote server not listening on %d", int(gPort));
     }
     benchmark::Initialize(&argc, argv);
-    std::thread client([&] {
-        benchmark::RunSpecifiedBenchmarks();
-        QMetaObject::invokeMethod(&app, &QCoreApplication::quit, Qt::QueuedConnection);
-    });
+    std::thread client(
+        [&]
+        {
+            benchmark::RunSpecifiedBenchmarks();
+            QMetaObject::invokeMethod(&app, &QCoreApplication::quit, Qt::QueuedConnection);
+        });
     app.exec();
     client.join();
     window.close();

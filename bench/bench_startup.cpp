@@ -35,12 +35,15 @@ void BM_StartupToFirstSweep(benchmark::State& state)
     for (auto _ : state)
     {
         QTimer answer;
-        QObject::connect(&answer, &QTimer::timeout, [] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+        QObject::connect(
+            &answer, &QTimer::timeout,
+            []
             {
-                box->button(QMessageBox::Yes)->click();
-            }
-        });
+                if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+                {
+                    box->button(QMessageBox::Yes)->click();
+                }
+            });
         answer.start(1);
         QElapsedTimer clock;
         clock.start();
@@ -81,12 +84,15 @@ void BM_ResidentMemoryDemo64001(benchmark::State& state)
     for (auto _ : state)
     {
         QTimer answer;
-        QObject::connect(&answer, &QTimer::timeout, [] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+        QObject::connect(
+            &answer, &QTimer::timeout,
+            []
             {
-                box->button(QMessageBox::Yes)->click();
-            }
-        });
+                if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
+                {
+                    box->button(QMessageBox::Yes)->click();
+                }
+            });
         answer.start(1);
         MainWindow w(nullptr, &none);
         w.show();

@@ -81,6 +81,7 @@ struct SweepPlan
     Config cfg;
     Scene scene;
     bool noise = true;
+    bool crosstalk = true;
     unsigned long long seed = 0;
 };
 
@@ -128,7 +129,11 @@ void ComputePoint(const SweepPlan& p, int i, bool reverse, Noise& noise, double*
     const Config& c = p.cfg;
     const double f = Frequency(c, i);
     const double x = f / 40e9;
-    const ErrorBoxes boxes = BoxesAt(f);
+    ErrorBoxes boxes = BoxesAt(f);
+    if (!p.crosstalk)
+    {
+        boxes.leakF = boxes.leakR = 0.0;
+    }
     const double dbm = c.levelled ? c.level : -double(c.atten);
     const double source = c.rf ? std::pow(10.0, dbm / 20.0) * (1.0 - 0.15 * x) : 0.0;
     Receivers r = Solve(boxes, p.scene.At(f), reverse, source);
@@ -278,6 +283,7 @@ struct Sim
     Device devices[kDeviceCount];
     Scene scene;
     bool noise = true;
+    bool crosstalk = true;
     std::mt19937_64 seeder{kDefaultSeed};
     std::deque<std::string> callLog;  // the latest kCallLogLimit calls
     std::map<std::string, int> callCounts;
@@ -485,6 +491,7 @@ bool BeginSweep(int handle, double* const b[16])
         plan->cfg = d->active;
         plan->scene = S().scene;
         plan->noise = S().noise;
+        plan->crosstalk = S().crosstalk;
         plan->seed = S().seeder();
     }
     d->worker = std::thread(RunSweep, d, std::shared_ptr<const SweepPlan>(plan),
@@ -516,6 +523,12 @@ std::string HandleCommand(const std::string& line)
         vnaSimSetNoise(w[1] == "on");
         return "ok";
     }
+    if (w[0] == "crosstalk" && w.size() == 2 && (w[1] == "on" || w[1] == "off"))
+    {
+        LOCKED;
+        S().crosstalk = w[1] == "on";
+        return "ok";
+    }
     if (w[0] == "seed" && w.size() == 2)
     {
         char* end = nullptr;
@@ -529,11 +542,12 @@ std::string HandleCommand(const std::string& line)
     }
     if (w[0] == "reset" && w.size() == 1)
     {
-        // A script must not take the instrument away from the running program: only the scene
-        // and the noise go back to their start.
+        // A script must not take the instrument away from the running program: only the scene,
+        // the noise and the crosstalk go back to their start.
         LOCKED;
         S().scene = Scene();
         S().noise = true;
+        S().crosstalk = true;
         S().seeder.seed(kDefaultSeed);
         return "ok";
     }
@@ -552,13 +566,15 @@ std::string HandleCommand(const std::string& line)
         }
         const int sweeps = S().callCounts["vnaBeginSweep"] + S().callCounts["vnaGetSweep"];
         return "ok open " + std::to_string(open) + " sweeps " + std::to_string(sweeps) +
-               (S().noise ? " noise on" : " noise off");
+               (S().noise ? " noise on" : " noise off") +
+               (S().crosstalk ? " crosstalk on" : " crosstalk off");
     }
     if (w[0] == "help" && w.size() == 1)
     {
         return "ok connect port 1|2 nothing|short|open|load|sliding K|kit short|open|load "
                "[delay PS loss GOHM z0 OHM c0..c3 l0..l3]; connect thru [delay PS loss GOHM z0 "
-               "OHM]; load dut FILE; disconnect; noise on|off; seed N; reset; scene?; status?";
+               "OHM]; load dut FILE; disconnect; noise on|off; crosstalk on|off; seed N; reset; "
+               "scene?; status?";
     }
     LOCKED;
     bool handled = false;
@@ -1059,6 +1075,7 @@ extern "C"
         }
         S().scene = Scene();
         S().noise = true;
+        S().crosstalk = true;
         S().seeder.seed(kDefaultSeed);
         S().callLog.clear();
         S().callCounts.clear();
@@ -1104,7 +1121,15 @@ extern "C"
         {
             return -1;
         }
-        const Terms12 t = TermsOf(BoxesAt(f), hdr != 0);
+        ErrorBoxes b = BoxesAt(f);
+        {
+            LOCKED;
+            if (!S().crosstalk)
+            {
+                b.leakF = b.leakR = 0.0;
+            }
+        }
+        const Terms12 t = TermsOf(b, hdr != 0);
         const cplx all[12] = {t.edf, t.esf, t.elf, t.erf, t.etf, t.exf,
                               t.edr, t.esr, t.elr, t.err, t.etr, t.exr};
         for (int i = 0; i < 12; ++i)
@@ -1161,6 +1186,7 @@ extern "C"
             plan.cfg = d->active;
             plan.scene = S().scene;
             plan.noise = S().noise;
+            plan.crosstalk = S().crosstalk;
             plan.seed = S().seeder();
         }
         Noise noise(plan.seed);

@@ -148,11 +148,16 @@ int main(int argc, char** argv)
     {
         const char* name;
         Glyph glyph;
-    } icons[] = {{"save", Save},           {"load", Load},
-                 {"add_trace", AddTrace},  {"add_plot", AddPlot},
-                 {"auto_scale", AutoScale}, {"auto_scale_all", AutoScaleAll},
-                 {"camera", Camera},       {"printer", Printer},
-                 {"single", Single},       {"continuous", Continuous}};
+    } icons[] = {{"save", Save},
+                 {"load", Load},
+                 {"add_trace", AddTrace},
+                 {"add_plot", AddPlot},
+                 {"auto_scale", AutoScale},
+                 {"auto_scale_all", AutoScaleAll},
+                 {"camera", Camera},
+                 {"printer", Printer},
+                 {"single", Single},
+                 {"continuous", Continuous}};
     bool ok = true;
     for (const auto& icon : icons)
     {

@@ -232,7 +232,8 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
     using ValueSignal = void (KXLineEdit::*)(double);
     const FreqSignal freqEdited = &KXLineEdit::editUpdated;
     const ValueSignal valueEdited = &KXLineEdit::editUpdated;
-    connect(start, freqEdited, this, [this](Frequency v) { w->stimStartFreqChanged(Channel(), v); });
+    connect(start, freqEdited, this,
+            [this](Frequency v) { w->stimStartFreqChanged(Channel(), v); });
     connect(stop, freqEdited, this, [this](Frequency v) { w->stimStopFreqChanged(Channel(), v); });
     connect(step, freqEdited, this, [this](Frequency v) { w->stimStepChanged(Channel(), v); });
     connect(center, freqEdited, this,
@@ -242,9 +243,8 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
             [this](double v) { w->stimPointsChanged(Channel(), int(v)); });
     connect(ifbw, valueEdited, this, [this](double v) { w->stimIFBWChanged(Channel(), v); });
     connect(rfOut, &QCheckBox::toggled, w, &MainWindow::stimRFOutChanged);
-    connect(power, &KXComboBox::comboIndexChanged, this, [this] {
-        w->stimPowerConfigChanged(Channel(), power->GetCurrentData().toInt());
-    });
+    connect(power, &KXComboBox::comboIndexChanged, this,
+            [this] { w->stimPowerConfigChanged(Channel(), power->GetCurrentData().toInt()); });
     connect(manualAtten, valueEdited, this,
             [this](double v) { w->stimManualAttenChanged(Channel(), v); });
     connect(manualPower, valueEdited, this,
@@ -558,11 +558,9 @@ SettingsPanel::SettingsPanel(MainWindow* window) : PanelBase(window)
     f->addRow(tr("Reference"), reference);
     f->addRow(tr("System Z0"), z0);
     f->addRow(tr("Spur Reject"), spurReject);
-    connect(reference, &KXComboBox::comboIndexChanged, this, [this] {
-        w->setReference(VNAReference(reference->GetCurrentData().toInt()));
-    });
-    connect(z0, QOverload<double>::of(&KXLineEdit::editUpdated), w,
-            &MainWindow::systemZ0Changed);
+    connect(reference, &KXComboBox::comboIndexChanged, this,
+            [this] { w->setReference(VNAReference(reference->GetCurrentData().toInt())); });
+    connect(z0, QOverload<double>::of(&KXLineEdit::editUpdated), w, &MainWindow::systemZ0Changed);
     connect(spurReject, &QCheckBox::toggled, w, &MainWindow::setSpurReject);
 }
 
@@ -587,21 +585,21 @@ PendingControlsPanel::PendingControlsPanel(MainWindow* window, const QStringList
 }
 
 CalibrationControlPanel::CalibrationControlPanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Start New Calibration (Mechanical)"),
-                                    tr("Start New Calibration (Electronic)"),
-                                    tr("Load Calibration"), tr("Unload Calibration"),
-                                    tr("Cal Loaded"), tr("Cal Enabled"), tr("Interp Enabled"),
-                                    tr("Cal Set Viewer"), tr("Display"), tr("Standards"),
-                                    tr("Error Terms")})
+    : PendingControlsPanel(
+          window,
+          {tr("Start New Calibration (Mechanical)"), tr("Start New Calibration (Electronic)"),
+           tr("Load Calibration"), tr("Unload Calibration"), tr("Cal Loaded"), tr("Cal Enabled"),
+           tr("Interp Enabled"), tr("Cal Set Viewer"), tr("Display"), tr("Standards"),
+           tr("Error Terms")})
 {
 }
 
 FixtureControlPanel::FixtureControlPanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Port Extension"), tr("Config Port Extension"),
-                                    tr("De-embedding"), tr("Load Port 1 S2P"),
-                                    tr("Clear Port 1"), tr("Load Port 2 S2P"), tr("Clear Port 2"),
-                                    tr("Embedding"), tr("Load Port 1 S2P"), tr("Clear Port 1"),
-                                    tr("Load Port 2 S2P"), tr("Clear Port 2")})
+    : PendingControlsPanel(
+          window, {tr("Port Extension"), tr("Config Port Extension"), tr("De-embedding"),
+                   tr("Load Port 1 S2P"), tr("Clear Port 1"), tr("Load Port 2 S2P"),
+                   tr("Clear Port 2"), tr("Embedding"), tr("Load Port 1 S2P"), tr("Clear Port 1"),
+                   tr("Load Port 2 S2P"), tr("Clear Port 2")})
 {
 }
 
@@ -612,21 +610,21 @@ MarkerControlPanel::MarkerControlPanel(MainWindow* window)
 }
 
 LimitLinePanel::LimitLinePanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Enabled"), tr("Show"), tr("Define Limits"),
-                                    tr("Ripple Enabled"), tr("Ripple Show"),
-                                    tr("Define Ripple Limits")})
+    : PendingControlsPanel(window,
+                           {tr("Enabled"), tr("Show"), tr("Define Limits"), tr("Ripple Enabled"),
+                            tr("Ripple Show"), tr("Define Ripple Limits")})
 {
 }
 
 TimeDomainPanel::TimeDomainPanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Transform Enabled"), tr("Type"), tr("Window"),
-                                    tr("Start"), tr("Stop"), tr("Units")})
+    : PendingControlsPanel(window, {tr("Transform Enabled"), tr("Type"), tr("Window"), tr("Start"),
+                                    tr("Stop"), tr("Units")})
 {
 }
 
 TimeGatingPanel::TimeGatingPanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Gate Enabled"), tr("Type"), tr("Shape"), tr("Start"),
-                                    tr("Stop")})
+    : PendingControlsPanel(window,
+                           {tr("Gate Enabled"), tr("Type"), tr("Shape"), tr("Start"), tr("Stop")})
 {
 }
 

@@ -55,8 +55,7 @@ QString Frequency::GetUnitString() const
 
 QString Frequency::GetFreqString() const
 {
-    static const char* const templates[] = {"%s%.6f Hz", "%s%.6f kHz", "%s%.6f MHz",
-                                            "%s%.6f GHz"};
+    static const char* const templates[] = {"%s%.6f Hz", "%s%.6f kHz", "%s%.6f MHz", "%s%.6f GHz"};
     const Hertz unit = GetUnits();
     const char* sign = value < 0.0 ? "-" : "";
     return QString::asprintf(templates[unit], sign, std::fabs(value) / UnitFactor(unit));
@@ -65,10 +64,10 @@ QString Frequency::GetFreqString() const
 bool IsValidFreqString(QString text, Frequency& out)
 {
     static const QHash<QString, Frequency::Hertz> str_to_hz = {
-        {"h", Frequency::Hz},    {"hz", Frequency::Hz},   {"k", Frequency::kHz},
-        {"kh", Frequency::kHz},  {"khz", Frequency::kHz}, {"m", Frequency::MHz},
-        {"mh", Frequency::MHz},  {"mhz", Frequency::MHz}, {"g", Frequency::GHz},
-        {"gh", Frequency::GHz},  {"ghz", Frequency::GHz}};
+        {"h", Frequency::Hz},   {"hz", Frequency::Hz},   {"k", Frequency::kHz},
+        {"kh", Frequency::kHz}, {"khz", Frequency::kHz}, {"m", Frequency::MHz},
+        {"mh", Frequency::MHz}, {"mhz", Frequency::MHz}, {"g", Frequency::GHz},
+        {"gh", Frequency::GHz}, {"ghz", Frequency::GHz}};
 
     QString t;
     t.reserve(text.size());

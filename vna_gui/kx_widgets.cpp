@@ -10,8 +10,7 @@
 
 KXComboBox::KXComboBox(QWidget* parent) : QComboBox(parent)
 {
-    connect(this, QOverload<int>::of(&QComboBox::activated), this,
-            &KXComboBox::comboIndexChanged);
+    connect(this, QOverload<int>::of(&QComboBox::activated), this, &KXComboBox::comboIndexChanged);
 }
 
 void KXComboBox::AddItem(const QString& text, const QVariant& data)
@@ -83,9 +82,9 @@ void KXLineEdit::Show()
             setText(TimeText(value));
             break;
         case Number:
-            setText(unit.isEmpty() ? QString::number(value, 'f', decimals)
-                                   : QString::number(value, 'f', decimals) + QLatin1Char(' ') +
-                                         unit);
+            setText(unit.isEmpty()
+                        ? QString::number(value, 'f', decimals)
+                        : QString::number(value, 'f', decimals) + QLatin1Char(' ') + unit);
             break;
         case Text:
             break;
@@ -196,7 +195,8 @@ void KXLineEdit::wheelEvent(QWheelEvent* event)
 bool ParseTimeText(const QString& text, double& seconds)
 {
     static const QRegularExpression re(
-        QStringLiteral("^\\s*([-+]?(?:\\d+\\.?\\d*|\\.\\d+)(?:[eE][-+]?\\d+)?)\\s*(s|ms|us|ns|ps)?\\s*$"),
+        QStringLiteral(
+            "^\\s*([-+]?(?:\\d+\\.?\\d*|\\.\\d+)(?:[eE][-+]?\\d+)?)\\s*(s|ms|us|ns|ps)?\\s*$"),
         QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch m = re.match(text);
     if (!m.hasMatch())
@@ -266,8 +266,7 @@ KXDialog::KXDialog(const QString& title, QWidget* parent) : QDialog(parent)
     setWindowTitle(title);
 }
 
-KXProgressDialog::KXProgressDialog(const QString& title, QWidget* parent)
-    : QProgressDialog(parent)
+KXProgressDialog::KXProgressDialog(const QString& title, QWidget* parent) : QProgressDialog(parent)
 {
     setWindowTitle(title);
     setLabelText(title);

@@ -27,8 +27,7 @@
 #include "status_bar.h"
 #include "vna_plot.h"
 
-MainWindow::MainWindow(QWidget* parent, const VnaLib* library)
-    : QMainWindow(parent), model(library)
+MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(parent), model(library)
 {
     setWindowTitle(tr("Kestrix Vector Network Analysis Software"));
     ReadFanDefaults();

@@ -14,6 +14,7 @@
 #include "vna_model.h"
 
 class QAbstractButton;
+class QImage;
 class QAction;
 class QButtonGroup;
 class QCloseEvent;
@@ -77,6 +78,8 @@ public:
 
     // --- channels, traces, plots ------------------------------------------------------------
     int addPlot();
+    // Creates the plot in that slot; -1 when the slot is taken or out of range.
+    int addPlot(int number);
     void PresetInstrumentState(bool createDefault, bool restart);
     void Preset(bool confirm);
     int GetNextPlotNumber() const;
@@ -199,6 +202,9 @@ public slots:
     void showErrorInfo();
     void showSCPILog();
     void showAboutDialog();
+    void saveAsImage();
+    bool saveAsImage(const QString& file);
+    void printScreen(bool showDialog);
     void handleSCPIConnection();
     void readSCPISocket();
     void handleSCPIDisconnect();
@@ -231,6 +237,10 @@ private:
     void LoadFactoryCalInThread();
     void ShowDevice(const QString& name);
     void ResetToDefaultTrace();
+    void QuickSetup(const QVector<VNATraceMeas>& measurements, bool ask);
+    // A new channel with one S11 trace in the plot (a new plot when -1); false with a warning
+    // when all channels are in use.
+    bool AddChannelWithTrace(int plot);
     // Stops the loop, applies an edit to one channel's stimulus, and starts it again.
     void EditStimulus(int channel, const std::function<void(VNAStimulus&)>& edit);
     // Applies an edit to a trace under the trace lock, then recalculates its channel.
@@ -251,6 +261,7 @@ private:
     // Trace from the channel and the measure suffix; false (error queued) when invalid.
     bool SCPITrace(Scpi* scpi, int channel, int& trace);
     void SCPIShowLockout();
+    QImage ScreenImage();
 
     VNAModel model;
     QVector<VNAPlot*> plots;

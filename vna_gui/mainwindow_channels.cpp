@@ -6,6 +6,7 @@
 
 #include "application_settings.h"
 #include "control_panels.h"
+#include "file_dialogs.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
 #include "multi_plot_splitter_area.h"
@@ -37,8 +38,12 @@ int MainWindow::GetVisiblePlots() const
 
 int MainWindow::addPlot()
 {
-    const int number = GetNextPlotNumber();
-    if (number < 0)
+    return addPlot(GetNextPlotNumber());
+}
+
+int MainWindow::addPlot(int number)
+{
+    if (number < 0 || number >= plots.size() || plots[number])
     {
         return -1;
     }
@@ -47,30 +52,38 @@ int MainWindow::addPlot()
     plot->SetVisiblePlotCounter([this] { return GetVisiblePlots(); });
     connect(plot, &VNAPlot::selectedTraceChanged, this, &MainWindow::traceSelected);
     connect(plot, &VNAPlot::plotNumberChanged, this, &MainWindow::updatePlots);
-    connect(plot, &VNAPlot::traceRefChanged, this, [this](int trace, double ref) {
-        traceSelected(trace);
-        traceRefChanged(ref);
-    });
+    connect(plot, &VNAPlot::traceRefChanged, this,
+            [this](int trace, double ref)
+            {
+                traceSelected(trace);
+                traceRefChanged(ref);
+            });
     connect(plot, &VNAPlot::setTracePlot, this,
             QOverload<int, int>::of(&MainWindow::tracePlotChanged));
     connect(plot, &VNAPlot::setTraceMeas, this,
             [this](int trace, VNATraceMeas meas) { traceMeasChanged(trace, int(meas)); });
     connect(plot, &VNAPlot::setTraceFormat, this,
             [this](int trace, VNATraceFormat f) { traceFormatChanged(trace, int(f)); });
-    connect(plot, qOverload<int>(&VNAPlot::autoScaleTrace), this, [this](int trace) {
-        traceSelected(trace);
-        traceAutoScale();
-    });
-    connect(plot, qOverload<VNATrace*>(&VNAPlot::autoScaleTrace), this, [this](VNATrace* t) {
-        model.traceAutoScale(t);
-        model.traceScaleCouplingHelper();
-        UpdateControlPanels();
-        updatePlots();
-    });
-    connect(plot, &VNAPlot::exportTrace, this, [this](int trace) {
-        traceSelected(trace);
-        traceExport();
-    });
+    connect(plot, qOverload<int>(&VNAPlot::autoScaleTrace), this,
+            [this](int trace)
+            {
+                traceSelected(trace);
+                traceAutoScale();
+            });
+    connect(plot, qOverload<VNATrace*>(&VNAPlot::autoScaleTrace), this,
+            [this](VNATrace* t)
+            {
+                model.traceAutoScale(t);
+                model.traceScaleCouplingHelper();
+                UpdateControlPanels();
+                updatePlots();
+            });
+    connect(plot, &VNAPlot::exportTrace, this,
+            [this](int trace)
+            {
+                traceSelected(trace);
+                traceExport();
+            });
     connect(plot, &VNAPlot::deleteTrace, this, &MainWindow::traceDelete);
     plots[number] = plot;
     plotArea->AddPlot(plot, number);
@@ -198,37 +211,9 @@ const char* const kQuickSetupQuestion =
     QT_TRANSLATE_NOOP("MainWindow", "The current measurement setup will be replaced. Continue?");
 }
 
-void MainWindow::quickSetupS11()
+void MainWindow::QuickSetup(const QVector<VNATraceMeas>& measurements, bool ask)
 {
-    if (!ShowMessageBoxQuestion(this, tr("Question"), tr(kQuickSetupQuestion)))
-    {
-        return;
-    }
-    PresetInstrumentState(false, false);
-    model.channels[0]->enabled = true;
-    model.activeChannelIndex = 0;
-    model.selectedTraceIndex = CreateTrace(0, addPlot(), S11, LogMag);
-    UpdateAll();
-    MeasStart();
-}
-
-void MainWindow::quickSetupS21()
-{
-    if (!ShowMessageBoxQuestion(this, tr("Question"), tr(kQuickSetupQuestion)))
-    {
-        return;
-    }
-    PresetInstrumentState(false, false);
-    model.channels[0]->enabled = true;
-    model.activeChannelIndex = 0;
-    model.selectedTraceIndex = CreateTrace(0, addPlot(), S21, LogMag);
-    UpdateAll();
-    MeasStart();
-}
-
-void MainWindow::quickSetupFull2Port(bool skipQuestion)
-{
-    if (!skipQuestion && !ShowMessageBoxQuestion(this, tr("Question"), tr(kQuickSetupQuestion)))
+    if (ask && !ShowMessageBoxQuestion(this, tr("Question"), tr(kQuickSetupQuestion)))
     {
         return;
     }
@@ -237,14 +222,55 @@ void MainWindow::quickSetupFull2Port(bool skipQuestion)
     model.activeChannelIndex = 0;
     const int plot = addPlot();
     int first = -1;
-    for (int m = S11; m <= S22; ++m)
+    for (VNATraceMeas m : measurements)
     {
-        const int index = CreateTrace(0, plot, VNATraceMeas(m), LogMag);
+        const int index = CreateTrace(0, plot, m, LogMag);
         first = first < 0 ? index : first;
     }
     model.selectedTraceIndex = first;
     UpdateAll();
     MeasStart();
+}
+
+void MainWindow::quickSetupS11()
+{
+    QuickSetup({S11}, true);
+}
+
+void MainWindow::quickSetupS21()
+{
+    QuickSetup({S21}, true);
+}
+
+void MainWindow::quickSetupFull2Port(bool skipQuestion)
+{
+    QuickSetup({S11, S21, S12, S22}, !skipQuestion);
+}
+
+bool MainWindow::AddChannelWithTrace(int plot)
+{
+    const int channel = model.GetNextAvailableChannelIndex();
+    if (channel < 0)
+    {
+        ShowMessageBoxWarning(this, tr("Unable to add channel."),
+                              tr("All channels are currently active."));
+        return false;
+    }
+    if (plot < 0 || !plots.value(plot))
+    {
+        plot = addPlot();
+        if (plot < 0)
+        {
+            return false;
+        }
+    }
+    MeasStop();
+    model.channels[channel]->enabled = true;
+    model.selectedTraceIndex = CreateTrace(channel, plot, S11, LogMag);
+    channelSelected(channel);
+    UpdateControlPanels();
+    MeasStart();
+    return true;
 }
 
 void MainWindow::addChannelTracePressed()
@@ -260,45 +286,12 @@ void MainWindow::addChannelTracePressed()
         addChannelTraceWindowPressed();
         return;
     }
-    const int channel = model.GetNextAvailableChannelIndex();
-    if (channel < 0)
-    {
-        ShowMessageBoxWarning(this, tr("Unable to add channel."),
-                              tr("All channels are currently active."));
-        return;
-    }
-    if (!plots[plot])
-    {
-        plot = addPlot();
-    }
-    MeasStop();
-    model.channels[channel]->enabled = true;
-    model.selectedTraceIndex = CreateTrace(channel, plot, S11, LogMag);
-    channelSelected(channel);
-    UpdateControlPanels();
-    MeasStart();
+    AddChannelWithTrace(plot);
 }
 
 void MainWindow::addChannelTraceWindowPressed()
 {
-    const int channel = model.GetNextAvailableChannelIndex();
-    if (channel < 0)
-    {
-        ShowMessageBoxWarning(this, tr("Unable to add channel."),
-                              tr("All channels are currently active."));
-        return;
-    }
-    const int plot = addPlot();
-    if (plot < 0)
-    {
-        return;
-    }
-    MeasStop();
-    model.channels[channel]->enabled = true;
-    model.selectedTraceIndex = CreateTrace(channel, plot, S11, LogMag);
-    channelSelected(channel);
-    UpdateControlPanels();
-    MeasStart();
+    AddChannelWithTrace(-1);
 }
 
 void MainWindow::channelCopy(int source)
@@ -449,16 +442,12 @@ bool MainWindow::ImportSNPFile(const QString& path)
 
 void MainWindow::importSNP()
 {
-    const QString dir = GetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"));
-    const QString path = QFileDialog::getOpenFileName(this, tr("Specify SnP File"), dir,
-                                                      tr("SnP File (*.s1p *.s2p)"));
-    if (path.isEmpty())
+    const QString path = GetFileNameOpen(this, QStringLiteral("DefaultSNPSaveDirectory"),
+                                         tr("SnP File (*.s1p *.s2p)"), tr("Specify SnP File"));
+    if (!path.isEmpty())
     {
-        return;
+        ImportSNPFile(path);
     }
-    SetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"),
-                            QFileInfo(path).absolutePath());
-    ImportSNPFile(path);
 }
 
 void MainWindow::exportSNP()
@@ -468,15 +457,12 @@ void MainWindow::exportSNP()
     {
         return;
     }
-    const QString dir = GetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"));
-    const QString path = QFileDialog::getSaveFileName(this, tr("Export SnP File"), dir,
-                                                      tr("SnP File (*.s1p *.s2p)"));
+    const QString path = GetFileNameSave(this, QStringLiteral("DefaultSNPSaveDirectory"),
+                                         tr("SnP File (*.s1p *.s2p)"), tr("Export SnP File"));
     if (path.isEmpty())
     {
         return;
     }
-    SetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"),
-                            QFileInfo(path).absolutePath());
     SParameters data;
     {
         QMutexLocker lock(&model.traceLock);

@@ -1,14 +1,24 @@
 // MainWindow: menu bar, toolbar and theme icons.
 #include <QAction>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QFontMetrics>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMutexLocker>
+#include <QPainter>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QProgressBar>
 #include <QToolBar>
 
+#include "application_settings.h"
+#include "error_log.h"
+#include "file_dialogs.h"
+#include "kx_widgets.h"
 #include "mainwindow.h"
+#include "multi_plot_splitter_area.h"
 
 namespace
 {
@@ -25,7 +35,8 @@ void MainWindow::BuildToolbar()
     QToolBar* bar = addToolBar(tr("Toolbar"));
     bar->setObjectName(QStringLiteral("MainToolbar"));
     bar->setIconSize(QSize(24, 24));
-    auto add = [&](const char* text, const char* icon) {
+    auto add = [&](const char* text, const char* icon)
+    {
         QAction* a = bar->addAction(tr(text));
         a->setData(QString::fromLatin1(icon));
         iconActions.append(a);
@@ -46,8 +57,10 @@ void MainWindow::BuildToolbar()
     connect(add(QT_TR_NOOP("Auto Scale All"), "auto_scale_all"), &QAction::triggered, this,
             &MainWindow::traceAutoScaleAll);
     bar->addSeparator();
-    add(QT_TR_NOOP("Save As Image"), "camera")->setEnabled(false);
-    add(QT_TR_NOOP("Print"), "printer")->setEnabled(false);
+    connect(add(QT_TR_NOOP("Save As Image"), "camera"), &QAction::triggered, this,
+            QOverload<>::of(&MainWindow::saveAsImage));
+    connect(add(QT_TR_NOOP("Print"), "printer"), &QAction::triggered, this,
+            [this] { printScreen(true); });
     bar->addSeparator();
     connect(add(QT_TR_NOOP("Single"), "single"), &QAction::triggered, this,
             &MainWindow::singlePressed);
@@ -91,10 +104,10 @@ void MainWindow::InitMenuBar()
     connect(file->addAction(tr("Export .SnP")), &QAction::triggered, this, &MainWindow::exportSNP);
     QAction* image = file->addAction(tr("Save as Image"));
     image->setShortcut(QKeySequence(QStringLiteral("Ctrl+I")));
-    image->setEnabled(false);
+    connect(image, &QAction::triggered, this, QOverload<>::of(&MainWindow::saveAsImage));
     QAction* print = file->addAction(tr("Print"));
     print->setShortcut(QKeySequence(QStringLiteral("Ctrl+P")));
-    print->setEnabled(false);
+    connect(print, &QAction::triggered, this, [this] { printScreen(true); });
     connectMenu = file->addMenu(tr("Connect"));
     connect(connectMenu, &QMenu::aboutToShow, this, &MainWindow::populateConnectMenu);
     connect(connectMenu, &QMenu::triggered, this,
@@ -159,14 +172,69 @@ void MainWindow::InitMenuBar()
     connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);
 }
 
+QImage MainWindow::ScreenImage()
+{
+    // The plots alone, or the whole window when the preference includes the panels.
+    QWidget* source = Preferences::Get().controlPanelsInScreenshot
+                          ? static_cast<QWidget*>(this)
+                          : static_cast<QWidget*>(plotArea);
+    return source->grab().toImage();
+}
+
+bool MainWindow::saveAsImage(const QString& file)
+{
+    if (!ScreenImage().save(file))
+    {
+        SysErr::AddSystemError(UnableToSaveFile, file);
+        return false;
+    }
+    return true;
+}
+
+void MainWindow::saveAsImage()
+{
+    const QString path =
+        GetFileNameSave(this, QStringLiteral("DefaultImageSaveDirectory"),
+                        tr("Image Files (*.png *.jpg *.bmp)"), tr("Save as Image"));
+    if (!path.isEmpty() && !saveAsImage(path))
+    {
+        ShowMessageBoxWarning(this, tr("Error"), tr("Unable to save the image."));
+    }
+}
+
+void MainWindow::printScreen(bool showDialog)
+{
+    const QImage image = ScreenImage();
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setPageOrientation(QPageLayout::Landscape);
+    if (showDialog && !Hidden::Get())
+    {
+        QPrintDialog dialog(&printer, this);
+        if (dialog.exec() != QDialog::Accepted)
+        {
+            return;
+        }
+    }
+    if (!printer.isValid())
+    {
+        return;  // no printer on this machine
+    }
+    QPainter painter(&printer);
+    const QRect page = painter.viewport();
+    const QSize size = image.size().scaled(page.size(), Qt::KeepAspectRatio);
+    painter.setViewport(page.x(), page.y(), size.width(), size.height());
+    painter.setWindow(image.rect());
+    painter.drawImage(0, 0, image);
+}
+
 void MainWindow::showAboutDialog()
 {
-    QMessageBox::about(this, tr("About"),
-                       tr("Kestrix Vector Network Analysis Software\n\nNVX400 API Version: %1\n\n"
-                          "Licensed under the GNU General Public License, version 3 or later.")
-                           .arg(model.device.GetAPIVersion().isEmpty()
-                                    ? tr("not loaded")
-                                    : model.device.GetAPIVersion()));
+    QMessageBox::about(
+        this, tr("About"),
+        tr("Kestrix Vector Network Analysis Software\n\nNVX400 API Version: %1\n\n"
+           "Licensed under the GNU General Public License, version 3 or later.")
+            .arg(model.device.GetAPIVersion().isEmpty() ? tr("not loaded")
+                                                        : model.device.GetAPIVersion()));
 }
 
 void MainWindow::populateConnectMenu()

@@ -41,8 +41,7 @@ void MainWindow::SCPIShutdown()
 {
     if (scpiSocket)
     {
-        disconnect(scpiSocket, &QTcpSocket::disconnected, this,
-                   &MainWindow::handleSCPIDisconnect);
+        disconnect(scpiSocket, &QTcpSocket::disconnected, this, &MainWindow::handleSCPIDisconnect);
         disconnect(scpiSocket, &QTcpSocket::readyRead, this, &MainWindow::readSCPISocket);
         scpiSocket->close();
         scpi.SetSocket(nullptr);
@@ -172,8 +171,8 @@ void MainWindow::SCPIHandleCommand(Scpi* cmd)
     const int id = cmd->GetCommandId();
     qDebug() << "SCPI CMD ID received " << id;
     SCPIShowLockout();
-    if (SCPISystemCommand(cmd, id) || SCPIStimulusCommand(cmd, id) ||
-        SCPIDisplayCommand(cmd, id) || SCPIMeasurementCommand(cmd, id))
+    if (SCPISystemCommand(cmd, id) || SCPIStimulusCommand(cmd, id) || SCPIDisplayCommand(cmd, id) ||
+        SCPIMeasurementCommand(cmd, id))
     {
         return;
     }
@@ -217,6 +216,18 @@ bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
         case 7:  // :SYSTem:COMMunicate:GTLocal
             remoteDialog->done(0);
             return true;
+        case 8:  // :SYSTem:IMAGe:SAVe
+        {
+            QString file;
+            if (cmd->GetNextParameterFileName(file))
+            {
+                saveAsImage(file);
+            }
+            return true;
+        }
+        case 9:
+            printScreen(false);
+            return true;
         case 10:
             close();
             return true;
@@ -227,7 +238,8 @@ bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
             cmd->SubmitReply(model.device.Connected());
             return true;
         case 13:
-            cmd->SubmitReply(model.device.Connected() ? 0 : int(model.device.GetDeviceList().size()));
+            cmd->SubmitReply(model.device.Connected() ? 0
+                                                      : int(model.device.GetDeviceList().size()));
             return true;
         case 14:
             if (model.device.Connected())
@@ -289,8 +301,8 @@ bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
             int channel = 0;
             if (SCPIChannel(cmd, channel))
             {
-                triggerSweepModeChanged(channel, id == 22 ? VNASweepMode::Continuous
-                                                          : VNASweepMode::Single);
+                triggerSweepModeChanged(channel,
+                                        id == 22 ? VNASweepMode::Continuous : VNASweepMode::Single);
             }
             return true;
         }
@@ -643,7 +655,8 @@ bool MainWindow::SCPIDisplayCommand(Scpi* cmd, int id)
                     numbers.append(QString::number(p + 1));
                 }
             }
-            cmd->SubmitReply(plots.isEmpty() ? QStringLiteral("-1") : numbers.join(QLatin1Char(',')));
+            cmd->SubmitReply(plots.isEmpty() ? QStringLiteral("-1")
+                                             : numbers.join(QLatin1Char(',')));
             return true;
         }
         case 231:
@@ -678,9 +691,7 @@ bool MainWindow::SCPIDisplayCommand(Scpi* cmd, int id)
             }
             if (on && !plots[plot])
             {
-                auto* p = new VNAPlot(model, plot, plotArea);
-                plots[plot] = p;
-                plotArea->AddPlot(p, plot);
+                addPlot(plot);
             }
             else if (!on && plots[plot])
             {
@@ -713,7 +724,8 @@ bool MainWindow::SCPIDisplayCommand(Scpi* cmd, int id)
 
 bool MainWindow::SCPIMeasurementCommand(Scpi* cmd, int id)
 {
-    if (id < 79 || id > 98)
+    // Measurements, their data, scale, math, offsets, smoothing and statistics.
+    if (id < 79 || id > 136)
     {
         return false;
     }
@@ -827,6 +839,186 @@ bool MainWindow::SCPIMeasurementCommand(Scpi* cmd, int id)
             }
             return true;
         }
+        case 99:
+        case 101:
+        case 103:
+        {
+            double value = 0.0;
+            if (!cmd->GetNextParameterDouble(value))
+            {
+                return true;
+            }
+            EditTrace(trace,
+                      [&](VNATrace& t)
+                      {
+                          if (id == 99)
+                          {
+                              *t.ref() = value;
+                          }
+                          else if (id == 101)
+                          {
+                              t.SetDiv(value);
+                          }
+                          else
+                          {
+                              *t.refPos() = std::min(std::max(value, 0.0), 10.0);
+                          }
+                      });
+            model.traceScaleCouplingHelper();
+            updatePlots();
+            return true;
+        }
+        case 105:
+        case 107:
+        {
+            VNATrace* t = nullptr;
+            {
+                QMutexLocker lock(&model.traceLock);
+                t = model.traces[trace];
+            }
+            id == 105 ? model.traceAutoScale(t) : model.traceDefaultScale(t);
+            model.traceScaleCouplingHelper();
+            UpdateControlPanels();
+            updatePlots();
+            return true;
+        }
+        case 106:
+            traceAutoScaleAll();
+            return true;
+        case 108:
+            traceDefaultScaleAll();
+            return true;
+        case 109:
+        {
+            int coupling = 0;
+            if (scpiParameterToTraceScaleCoupling(cmd, coupling))
+            {
+                traceScaleCouplingChanged(coupling);
+            }
+            return true;
+        }
+        case 110:
+            cmd->SubmitReply(traceScaleCouplingToText(VNATraceScaleCoupling(model.scaleCoupling)));
+            return true;
+        case 111:
+        {
+            VNATrace* t = nullptr;
+            {
+                QMutexLocker lock(&model.traceLock);
+                t = model.traces[trace];
+            }
+            model.traceStoreMem(t);
+            UpdateControlPanels();
+            updatePlots();
+            return true;
+        }
+        case 112:
+        {
+            int op = 0;
+            if (scpiParameterToTraceMathOp(cmd, op))
+            {
+                EditTrace(trace, [&](VNATrace& t) { t.mathOp = VNATraceMathOp(op); });
+            }
+            return true;
+        }
+        case 114:
+        case 116:
+        case 124:
+        case 128:
+        case 130:
+        {
+            bool on = false;
+            if (!cmd->GetNextParameterBool(on))
+            {
+                return true;
+            }
+            EditTrace(trace,
+                      [&](VNATrace& t)
+                      {
+                          switch (id)
+                          {
+                              case 114:
+                                  t.mathInterpolate = on;
+                                  break;
+                              case 116:
+                                  t.showMemTrace = on;
+                                  break;
+                              case 124:
+                                  t.SetSmoothing(on);
+                                  break;
+                              case 128:
+                                  t.statsEnabled = on;
+                                  break;
+                              default:
+                                  t.statsAutoRange = on;
+                                  break;
+                          }
+                      });
+            return true;
+        }
+        case 118:
+        case 120:
+        case 122:
+        case 126:
+        {
+            double value = 0.0;
+            if (!cmd->GetNextParameterDouble(value))
+            {
+                return true;
+            }
+            EditTrace(trace,
+                      [&](VNATrace& t)
+                      {
+                          double& field = id == 118   ? t.offsetMag
+                                          : id == 120 ? t.offsetMagSlope
+                                          : id == 122 ? t.offsetPhase
+                                                      : t.smoothPercent;
+                          field = value;
+                      });
+            return true;
+        }
+        case 132:
+        case 134:
+        {
+            double f = 0.0;
+            if (cmd->GetNextParameterFreq(f))
+            {
+                EditTrace(trace,
+                          [&](VNATrace& t) { (id == 132 ? t.statsStart : t.statsStop) = f; });
+            }
+            return true;
+        }
+        case 136:
+        {
+            QString word;
+            if (!cmd->GetNextParameterString(word, true))
+            {
+                return true;
+            }
+            QMutexLocker lock(&model.traceLock);
+            const VNATraceStats& st = model.traces[trace]->stats;
+            if (word == QLatin1String("min"))
+            {
+                cmd->SubmitReply(st.min);
+            }
+            else if (word == QLatin1String("max"))
+            {
+                cmd->SubmitReply(st.max);
+            }
+            else if (word == QLatin1String("mean"))
+            {
+                cmd->SubmitReply(st.mean);
+            }
+            else if (word == QLatin1String("stdev"))
+            {
+                cmd->SubmitReply(st.stdDev);
+            }
+            else
+            {
+                SysErr::AddSystemError(InvalidParameter, Tr("Expected statistic parameter"));
+            }
+            return true;
+        }
         case 82:  // DATA:X? needs no trace data, but the trace must exist
             cmd->SubmitReply(c.stimulus.GetFreqVector());
             return true;
@@ -891,6 +1083,48 @@ bool MainWindow::SCPIMeasurementCommand(Scpi* cmd, int id)
             break;
         case 98:
             cmd->SubmitReply(traceHoldTypeToText(t->hold));
+            break;
+        case 100:
+            cmd->SubmitReply(*t->ref());
+            break;
+        case 102:
+            cmd->SubmitReply(*t->div());
+            break;
+        case 104:
+            cmd->SubmitReply(*t->refPos());
+            break;
+        case 113:
+            cmd->SubmitReply(traceMathOpToText(t->mathOp));
+            break;
+        case 115:
+            cmd->SubmitReply(t->mathInterpolate);
+            break;
+        case 117:
+            cmd->SubmitReply(t->showMemTrace);
+            break;
+        case 119:
+            cmd->SubmitReply(t->offsetMag);
+            break;
+        case 121:
+            cmd->SubmitReply(t->offsetMagSlope);
+            break;
+        case 123:
+            cmd->SubmitReply(t->offsetPhase);
+            break;
+        case 125:
+            cmd->SubmitReply(t->smoothEnabled);
+            break;
+        case 127:
+            cmd->SubmitReply(t->smoothPercent);
+            break;
+        case 129:
+            cmd->SubmitReply(t->statsEnabled);
+            break;
+        case 133:
+            cmd->SubmitReply(t->statsStart);
+            break;
+        case 135:
+            cmd->SubmitReply(t->statsStop);
             break;
         default:
             return false;

@@ -5,6 +5,7 @@
 
 #include "application_settings.h"
 #include "control_panels.h"
+#include "file_dialogs.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
 
@@ -293,15 +294,12 @@ void MainWindow::traceNameChanged(const QString& name)
 
 void MainWindow::traceExport()
 {
-    const QString dir = GetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"));
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("Export Trace"), dir, tr("CSV File (*.csv)"));
+    const QString path = GetFileNameSave(this, QStringLiteral("DefaultSNPSaveDirectory"),
+                                         tr("CSV File (*.csv)"), tr("Export Trace"));
     if (path.isEmpty())
     {
         return;
     }
-    SetDefaultUserDirectory(QStringLiteral("DefaultSNPSaveDirectory"),
-                            QFileInfo(path).absolutePath());
     QMutexLocker lock(&model.traceLock);
     if (const VNATrace* t = model.ActiveTrace())
     {

@@ -21,19 +21,29 @@ void SParameters::Resize(int n)
     S22.resize(n);
 }
 
-CplxVector& SParameters::GetSParam(VNATraceMeas meas)
+namespace
+{
+// The four S-parameter members of either record, by measurement; anything else is S11.
+template <typename Record>
+CplxVector& SelectSParam(Record& r, VNATraceMeas meas)
 {
     switch (meas)
     {
         case ::S21:
-            return S21;
+            return r.S21;
         case ::S12:
-            return S12;
+            return r.S12;
         case ::S22:
-            return S22;
+            return r.S22;
         default:
-            return S11;
+            return r.S11;
     }
+}
+}  // namespace
+
+CplxVector& SParameters::GetSParam(VNATraceMeas meas)
+{
+    return SelectSParam(*this, meas);
 }
 
 const CplxVector& SParameters::GetSParam(VNATraceMeas meas) const
@@ -90,17 +100,7 @@ const char* SParametersRaw::VectorKey(int i)
 
 CplxVector& SParametersRaw::GetSParam(VNATraceMeas meas)
 {
-    switch (meas)
-    {
-        case ::S21:
-            return S21;
-        case ::S12:
-            return S12;
-        case ::S22:
-            return S22;
-        default:
-            return S11;
-    }
+    return SelectSParam(*this, meas);
 }
 
 const CplxVector& SParametersRaw::GetSParam(VNATraceMeas meas) const

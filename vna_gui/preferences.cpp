@@ -53,7 +53,8 @@ namespace
 template <typename S, typename Prefs>
 void Transfer(S& s, Prefs& p, bool load)
 {
-    auto io = [&](const char* key, auto& value) {
+    auto io = [&](const char* key, auto& value)
+    {
         if (load)
         {
             s.Load(QLatin1String(key), value);

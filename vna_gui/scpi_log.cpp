@@ -5,8 +5,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "error_log.h"
 #include <QFileInfo>
+#include "error_log.h"
 
 ErrorLogDialog::ErrorLogDialog(ErrorLog& errors, QWidget* parent) : QDialog(parent), log(errors)
 {
@@ -23,8 +23,7 @@ ErrorLogDialog::ErrorLogDialog(ErrorLog& errors, QWidget* parent) : QDialog(pare
     resize(sizeHint());
     connect(clear, &QPushButton::clicked, this, &ErrorLogDialog::clearList);
     // The queue may be filled from any thread; the view follows on the GUI thread.
-    connect(&log, &ErrorLog::listChanged, this, &ErrorLogDialog::updateList,
-            Qt::QueuedConnection);
+    connect(&log, &ErrorLog::listChanged, this, &ErrorLogDialog::updateList, Qt::QueuedConnection);
     updateList();
 }
 
@@ -66,6 +65,7 @@ void ErrorLogDialog::updateList()
 #include <QTextCursor>
 
 #include "application_settings.h"
+#include "file_dialogs.h"
 #include "preferences.h"
 
 QString ScpiLogMessage::ToStringDisplay() const
@@ -231,22 +231,20 @@ bool ScpiLogDialog::ExportTo(const QString& path) const
 
 void ScpiLogDialog::exportList() const
 {
-    const QString key = QStringLiteral("DefaultSCPILogSaveDirectory");
-    const QString path =
-        QFileDialog::getSaveFileName(const_cast<ScpiLogDialog*>(this), tr("Export File Name"),
-                                     GetDefaultUserDirectory(key), tr("Text Files (*.txt)"));
-    if (path.isEmpty())
+    const QString path = GetFileNameSave(const_cast<ScpiLogDialog*>(this),
+                                         QStringLiteral("DefaultSCPILogSaveDirectory"),
+                                         tr("Text Files (*.txt)"), tr("Export File Name"));
+    if (!path.isEmpty())
     {
-        return;
+        ExportTo(path);
     }
-    SetDefaultUserDirectory(key, QFileInfo(path).absolutePath());
-    ExportTo(path);
 }
 
 SCPIRemoteDialog::SCPIRemoteDialog(QWidget* parent) : QMessageBox(parent)
 {
     setWindowTitle(tr("SCPI"));
-    setText(tr("The software is in remote mode.\r\nClose this dialog to return to local operation."));
+    setText(
+        tr("The software is in remote mode.\r\nClose this dialog to return to local operation."));
     setStandardButtons(QMessageBox::Close);
     button(QMessageBox::Close)->setText(tr("   Return to Local   "));
     setModal(true);

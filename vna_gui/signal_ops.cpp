@@ -183,9 +183,9 @@ namespace
 {
 // Plans are created once per (length, direction) and reused through the new-array execute
 // interface, which is thread-safe; planning itself is not, hence the lock.
+// Guards plans.
 std::mutex planMutex;
-// Plans by (length, sign), guarded by planMutex.
-std::map<std::pair<int, int>, fftw_plan> plans;
+std::map<std::pair<int, int>, fftw_plan> plans;  // by (length, sign)
 
 fftw_plan GetPlan(int n, int sign)
 {

@@ -14,6 +14,7 @@
 // The 16 sweep buffers, in this order, each interleaved real/imaginary doubles:
 // S11 S21 S12 S22, S11HDR S21HDR S12HDR S22HDR, a1Fwd a2Fwd b1Fwd b2Fwd, a1Rev a2Rev b1Rev b2Rev.
 // A null pointer means the caller does not want that vector.
+// clang-format off
 #define VNA_API_FUNCTIONS(X)                                                                 \
     X(int, vnaOpenDevice, (int* handle))                                                     \
     X(int, vnaOpenDeviceBySerial, (int* handle, int serial))                                 \
@@ -55,6 +56,8 @@
     X(int, vnaFactoryCalGetDate, (int handle, bool& present, unsigned long& date))           \
     X(int, vnaFactoryCalRead, (int handle, unsigned char* data, int size))                   \
     X(int, vnaFactoryCalWriteData, (int handle, std::vector<unsigned char> data))
+
+// clang-format on
 
 #define VNA_API_DECLARE(ret, name, args) VNA_API_EXPORT ret name args;
 extern "C"

@@ -23,6 +23,14 @@ int64_t VNADevice::NowMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+bool VNADevice::FinishConnect(bool idle)
+{
+    lib.vnaSetIdleMode(handle, idle);
+    lib.vnaSetTempSetpoint(handle, 50.0f);
+    connected = true;
+    return true;
+}
+
 bool VNADevice::Connect()
 {
     if (connected)
@@ -33,10 +41,7 @@ bool VNADevice::Connect()
     {
         return false;
     }
-    lib.vnaSetIdleMode(handle, true);
-    lib.vnaSetTempSetpoint(handle, 50.0f);
-    connected = true;
-    return true;
+    return FinishConnect(true);
 }
 
 bool VNADevice::Connect(int serial)
@@ -50,10 +55,7 @@ bool VNADevice::Connect(int serial)
         return false;
     }
     // Opening a chosen instrument wakes it, unlike the first-found open above.
-    lib.vnaSetIdleMode(handle, false);
-    lib.vnaSetTempSetpoint(handle, 50.0f);
-    connected = true;
-    return true;
+    return FinishConnect(false);
 }
 
 bool VNADevice::ConnectWithHandle(int h)
@@ -67,10 +69,7 @@ bool VNADevice::ConnectWithHandle(int h)
         return false;
     }
     handle = h;
-    lib.vnaSetIdleMode(handle, false);
-    lib.vnaSetTempSetpoint(handle, 50.0f);
-    connected = true;
-    return true;
+    return FinishConnect(false);
 }
 
 bool VNADevice::ConnectDemo()
@@ -132,7 +131,7 @@ QString VNADevice::GetDeviceName() const
     return QStringLiteral("NVX400");
 }
 
-int VNADevice::GetSerialNumber() const
+int VNADevice::QueryInt(void (*query)(int, int*), int demoValue) const
 {
     if (!connected)
     {
@@ -140,26 +139,21 @@ int VNADevice::GetSerialNumber() const
     }
     if (demoMode)
     {
-        return 20000001;
+        return demoValue;
     }
-    int serial = -1;
-    lib.vnaGetSerial(handle, &serial);
-    return serial;
+    int value = -1;  // stands when the library leaves it untouched
+    query(handle, &value);
+    return value;
+}
+
+int VNADevice::GetSerialNumber() const
+{
+    return QueryInt(lib.vnaGetSerial, 20000001);
 }
 
 int VNADevice::GetFirmwareVersion() const
 {
-    if (!connected)
-    {
-        return 0;
-    }
-    if (demoMode)
-    {
-        return 3;
-    }
-    int version = -1;
-    lib.vnaGetFirmwareVersion(handle, &version);
-    return version;
+    return QueryInt(lib.vnaGetFirmwareVersion, 3);
 }
 
 QString VNADevice::GetAPIVersion() const
@@ -414,10 +408,8 @@ void VNADevice::StartSweep(SParametersRaw& r)
                       b[11], b[12], b[13], b[14], b[15]);
 }
 
-void VNADevice::GetSweep(SParametersRaw& r)
+void VNADevice::BlockingSweep(SParametersRaw& r)
 {
-    r.Resize(stimulus.points);
-    r.positionStart = r.positionEnd = stimulus.points;
     if (!connected)
     {
         return;
@@ -434,24 +426,19 @@ void VNADevice::GetSweep(SParametersRaw& r)
                     b[11], b[12], b[13], b[14], b[15]);
 }
 
+void VNADevice::GetSweep(SParametersRaw& r)
+{
+    r.Resize(stimulus.points);
+    r.positionStart = r.positionEnd = stimulus.points;
+    BlockingSweep(r);
+}
+
 SParametersRaw VNADevice::GetSweep()
 {
+    // A fresh record: its positions stay at 0.
     SParametersRaw r;
     r.Resize(stimulus.points);
-    if (!connected)
-    {
-        return r;
-    }
-    double* b[16];
-    SweepBuffers(r, fwdEnabled, revEnabled, b);
-    if (demoMode)
-    {
-        double* const demo[8] = {b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7]};
-        DemoGetSweep(demo);
-        return r;
-    }
-    lib.vnaGetSweep(handle, b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10],
-                    b[11], b[12], b[13], b[14], b[15]);
+    BlockingSweep(r);
     return r;
 }
 
@@ -560,7 +547,8 @@ void VNADevice::DemoGetSweep(double* const b[8])
 {
     const int n = std::min(stimulus.points, demoSweep.Size());
     const size_t bytes = size_t(std::max(n, 0)) * sizeof(std::complex<double>);
-    auto put = [&](double* dst, const CplxVector& src) {
+    auto put = [&](double* dst, const CplxVector& src)
+    {
         if (dst && bytes)
         {
             memcpy(dst, src.constData(), bytes);

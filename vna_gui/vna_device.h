@@ -72,6 +72,11 @@ public:
     static int DemoSweepTime(int points);
 
 private:
+    // Idle mode, fan setpoint and the connected flag, once a handle is open.
+    bool FinishConnect(bool idle);
+    int QueryInt(void (*query)(int, int*), int demoValue) const;
+    // One sweep that returns when the record's buffers are full.
+    void BlockingSweep(SParametersRaw& record);
     void DemoConfigure(double start, double step, int points);
     void DemoGetSweep(double* const buffers[8]);
     void DemoBeginSweep(double* const buffers[8]);

@@ -5,7 +5,8 @@
 
 const VnaLib& VnaLib::Get()
 {
-    static const VnaLib lib = [] {
+    static const VnaLib lib = []
+    {
         VnaLib l;
         l.Load(QStringLiteral("vna_api"));
         return l;
@@ -23,12 +24,12 @@ bool VnaLib::Load(const QString& libraryName)
         return false;
     }
     bool all = true;
-#define VNA_API_RESOLVE(ret, name, args)                                \
-    name = reinterpret_cast<name##_t>(library.resolve(#name));          \
-    if (!name)                                                          \
-    {                                                                   \
-        all = false;                                                    \
-        loadError += QStringLiteral("missing symbol " #name "; ");      \
+#define VNA_API_RESOLVE(ret, name, args)                           \
+    name = reinterpret_cast<name##_t>(library.resolve(#name));     \
+    if (!name)                                                     \
+    {                                                              \
+        all = false;                                               \
+        loadError += QStringLiteral("missing symbol " #name "; "); \
     }
     VNA_API_FUNCTIONS(VNA_API_RESOLVE)
 #undef VNA_API_RESOLVE

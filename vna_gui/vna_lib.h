@@ -18,8 +18,14 @@ public:
     // The process-wide binding, loaded on first use.
     static const VnaLib& Get();
 
-    bool Available() const { return available; }
-    QString LoadError() const { return loadError; }
+    bool Available() const
+    {
+        return available;
+    }
+    QString LoadError() const
+    {
+        return loadError;
+    }
 
     // Binds from a given file or library name; used by Get() with "vna_api" and by tests.
     bool Load(const QString& libraryName);

@@ -328,7 +328,12 @@ bool VNAModel::SweepChannel(VNAChannel& ch, int& lastChannel, bool& lastFwd, boo
     // Shares MeasRaw's vectors, so the update still shows the preceding sweep beyond the
     // position the new sweep has reached.
     SParametersRaw update = ch.MeasRaw;
-    ch.isImportedS2PData = false;  // live data replaces an import
+    if (ch.isImportedS2PData)
+    {
+        // Live data replaces an import. The chain reads the flag under the trace lock.
+        QMutexLocker lock(&traceLock);
+        ch.isImportedS2PData = false;
+    }
 
     bool fwd = false, rev = false;
     channelPortsEnabled(ch.index, fwd, rev);

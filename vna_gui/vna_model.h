@@ -1,6 +1,6 @@
 // The measurement model: device, channels, traces, the trace mapper, the measurement loop and the
-// trace chain. Widget-free, so tests, benchmarks and the remote interface reach it without a window.
-// It never points back at a widget; it reaches the interface only through queued signals.
+// trace chain. Widget-free, so tests, benchmarks and the remote interface reach it without a
+// window. It never points back at a widget; it reaches the interface only through queued signals.
 #pragma once
 
 #include <QMutex>

@@ -85,9 +85,9 @@ void VNAStimulus::LoadDefaults()
 bool VNAStimulus::operator==(const VNAStimulus& o) const
 {
     return type == o.type && start == o.start && stop == o.stop && center == o.center &&
-           span == o.span && points == o.points && ifbw == o.ifbw &&
-           powerConfig == o.powerConfig && manualAtten == o.manualAtten &&
-           manualPower == o.manualPower && avgEnabled == o.avgEnabled && avgCount == o.avgCount;
+           span == o.span && points == o.points && ifbw == o.ifbw && powerConfig == o.powerConfig &&
+           manualAtten == o.manualAtten && manualPower == o.manualPower &&
+           avgEnabled == o.avgEnabled && avgCount == o.avgCount;
 }
 
 double VNAStimulus::StepSize() const

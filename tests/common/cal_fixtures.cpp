@@ -65,30 +65,20 @@ std::function<cplx(double)> LoadOf(const VNACalKit& kit, int id)
     return [s](double f) { return s.IdealLoad(f); };
 }
 
-VNACalibration MeasureCalibration(const SyntheticCal& setup, const VNACalKit& kit,
-                                  const VNAStimulus& stimulus, const ErrorModel& normal,
-                                  const ErrorModel& hdr)
+VNACalibration FillCalibration(VNACalType type, int port, const VNACalKit& kit,
+                               const VNAStimulus& stimulus, const CalSweeps& sweeps)
 {
     VNACalibration cal;
     cal.SetStimulus(stimulus);
-    cal.SetCalType(setup.type, setup.port);
+    cal.SetCalType(type, port);
     cal.SetCalKit(kit);
     const QVector<double> f = stimulus.GetFreqVector();
     const int n = f.size();
     bool found = false;
-    const CalKitStandardInfo shortStd = kit.GetStandard(kShortId, found);
-    const CalKitStandardInfo openStd = kit.GetStandard(kOpenId, found);
-    const CalKitStandardInfo loadStd = kit.GetStandard(kLoadId, found);
+    const CalKitStandardInfo stds[3] = {kit.GetStandard(kShortId, found),
+                                        kit.GetStandard(kOpenId, found),
+                                        kit.GetStandard(kLoadId, found)};
     const CalKitStandardInfo thruStd = kit.GetStandard(kThruId, found);
-
-    // Each reflect standard is connected to both ports at once; the workflow would measure one
-    // port at a time, which gives the same ratios since nothing joins the ports.
-    const SParametersRaw shorts =
-        MeasureRaw(normal, hdr, f, Reflects(ShortOf(kit, kShortId), ShortOf(kit, kShortId)));
-    const SParametersRaw opens =
-        MeasureRaw(normal, hdr, f, Reflects(OpenOf(kit, kOpenId), OpenOf(kit, kOpenId)));
-    const SParametersRaw loads =
-        MeasureRaw(normal, hdr, f, Reflects(LoadOf(kit, kLoadId), LoadOf(kit, kLoadId)));
 
     auto merge = [&](const CplxVector& src, CplxVector& dst, const CalKitStandardInfo& s)
     {
@@ -96,42 +86,38 @@ VNACalibration MeasureCalibration(const SyntheticCal& setup, const VNACalKit& ki
         MergeCalMeas(src, dst, f, s.FMin, s.FMax);
     };
 
-    if (setup.type == SOL)
+    if (type == SOL)
     {
-        const CplxVector SParametersRaw::*param =
-            setup.port == 0 ? &SParametersRaw::S11 : &SParametersRaw::S22;
-        const CalKitStandardInfo* stds[3] = {&shortStd, &openStd, &loadStd};
-        const SParametersRaw* raws[3] = {&shorts, &opens, &loads};
         for (int r = 0; r < 3; ++r)
         {
-            cal.OnePortMapper(r).AddStd(*stds[r]);
-            merge(raws[r]->*param, cal.OnePortMeas(r), *stds[r]);
+            const SParametersRaw& raw = sweeps.reflect[port][r];
+            cal.OnePortMapper(r).AddStd(stds[r]);
+            merge(port == 0 ? raw.S11 : raw.S22, cal.OnePortMeas(r), stds[r]);
         }
         cal.SetLoaded(true);
         return cal;
     }
 
-    const CalKitStandardInfo* stds[6] = {&shortStd, &openStd, &loadStd,
-                                         &shortStd, &openStd, &loadStd};
-    const SParametersRaw* raws[6] = {&shorts, &opens, &loads, &shorts, &opens, &loads};
-    for (int r = 0; r < 6; ++r)
+    for (int p = 0; p < 2; ++p)
     {
-        cal.TwoPortMapper(r).AddStd(*stds[r]);
-        const bool p1 = r < 3;
-        // Store order: port 1 short, port 2 short, port 1 open, ...
-        const int term = 2 * (r % 3) + (p1 ? 0 : 1);
-        merge(p1 ? raws[r]->S11 : raws[r]->S22, cal.MeasuredStd(term), *stds[r]);
-        merge(p1 ? raws[r]->S11HDR : raws[r]->S22HDR, cal.MeasuredStdHDR(term), *stds[r]);
+        for (int r = 0; r < 3; ++r)
+        {
+            const SParametersRaw& raw = sweeps.reflect[p][r];
+            cal.TwoPortMapper(3 * p + r).AddStd(stds[r]);
+            // Store order: port 1 short, port 2 short, port 1 open, ...
+            const int term = 2 * r + p;
+            merge(p == 0 ? raw.S11 : raw.S22, cal.MeasuredStd(term), stds[r]);
+            merge(p == 0 ? raw.S11HDR : raw.S22HDR, cal.MeasuredStdHDR(term), stds[r]);
+        }
     }
 
-    const SParametersRaw thru = MeasureRaw(normal, hdr, f, setup.thru);
     CalKitStandardInfo thruEntry = thruStd;
-    if (setup.type == SOLR)
+    if (type == SOLR)
     {
         // An unknown thru maps a default standard over the whole range.
         thruEntry = CalKitStandardInfo();
-        const SParametersRaw fwd = MeasureReceivers(normal, f, setup.thru, 0);
-        const SParametersRaw rev = MeasureReceivers(normal, f, setup.thru, 1);
+        const SParametersRaw& fwd = sweeps.receiversFwd;
+        const SParametersRaw& rev = sweeps.receiversRev;
         CplxVector& swF = cal.SwitchTermsFwd();
         CplxVector& swR = cal.SwitchTermsRev();
         CplxVector& gF = cal.GammaFwd();
@@ -152,19 +138,51 @@ VNACalibration MeasureCalibration(const SyntheticCal& setup, const VNACalKit& ki
     const int thruTerms[4] = {StdS11Thru, StdS21Thru, StdS12Thru, StdS22Thru};
     for (int k = 0; k < 4; ++k)
     {
-        merge(thru.Vector(k), cal.MeasuredStd(thruTerms[k]), thruEntry);
-        merge(thru.Vector(4 + k), cal.MeasuredStdHDR(thruTerms[k]), thruEntry);
+        merge(sweeps.thru.Vector(k), cal.MeasuredStd(thruTerms[k]), thruEntry);
+        merge(sweeps.thru.Vector(4 + k), cal.MeasuredStdHDR(thruTerms[k]), thruEntry);
     }
-    if (setup.isolation)
+    if (sweeps.isolation.Size() > 0)
     {
-        const SParametersRaw iso =
-            MeasureRaw(normal, hdr, f, Reflects(LoadOf(kit, kLoadId), LoadOf(kit, kLoadId)));
-        cal.MeasuredStd(StdS21Iso) = iso.S21;
-        cal.MeasuredStd(StdS12Iso) = iso.S12;
-        cal.MeasuredStdHDR(StdS21Iso) = iso.S21HDR;
-        cal.MeasuredStdHDR(StdS12Iso) = iso.S12HDR;
+        cal.MeasuredStd(StdS21Iso) = sweeps.isolation.S21;
+        cal.MeasuredStd(StdS12Iso) = sweeps.isolation.S12;
+        cal.MeasuredStdHDR(StdS21Iso) = sweeps.isolation.S21HDR;
+        cal.MeasuredStdHDR(StdS12Iso) = sweeps.isolation.S12HDR;
     }
     cal.SetLoaded(true);
     return cal;
+}
+
+VNACalibration MeasureCalibration(const SyntheticCal& setup, const VNACalKit& kit,
+                                  const VNAStimulus& stimulus, const ErrorModel& normal,
+                                  const ErrorModel& hdr)
+{
+    const QVector<double> f = stimulus.GetFreqVector();
+    // Each reflect standard is connected to both ports at once; the workflow would measure one
+    // port at a time, which gives the same ratios since nothing joins the ports.
+    CalSweeps sweeps;
+    sweeps.reflect[0][RoleShort] =
+        MeasureRaw(normal, hdr, f, Reflects(ShortOf(kit, kShortId), ShortOf(kit, kShortId)));
+    sweeps.reflect[0][RoleOpen] =
+        MeasureRaw(normal, hdr, f, Reflects(OpenOf(kit, kOpenId), OpenOf(kit, kOpenId)));
+    sweeps.reflect[0][RoleLoad] =
+        MeasureRaw(normal, hdr, f, Reflects(LoadOf(kit, kLoadId), LoadOf(kit, kLoadId)));
+    for (int r = 0; r < 3; ++r)
+    {
+        sweeps.reflect[1][r] = sweeps.reflect[0][r];
+    }
+    if (setup.type != SOL)
+    {
+        sweeps.thru = MeasureRaw(normal, hdr, f, setup.thru);
+        if (setup.type == SOLR)
+        {
+            sweeps.receiversFwd = MeasureReceivers(normal, f, setup.thru, 0);
+            sweeps.receiversRev = MeasureReceivers(normal, f, setup.thru, 1);
+        }
+        if (setup.isolation)
+        {
+            sweeps.isolation = sweeps.reflect[0][RoleLoad];
+        }
+    }
+    return FillCalibration(setup.type, setup.port, kit, stimulus, sweeps);
 }
 }  // namespace testfx

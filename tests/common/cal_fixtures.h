@@ -35,6 +35,22 @@ struct SyntheticCal
     TwoPortFn thru;         // what is actually connected as the thru
 };
 
+// Raw sweeps of every role of a calibration, as the measuring workflow takes them.
+struct CalSweeps
+{
+    SParametersRaw reflect[2][3];  // [port][short, open, load] of ModelKit's standards
+    SParametersRaw thru;           // the thru standard, in the thru measurement's setup
+    SParametersRaw isolation;      // both ports terminated; size 0 when not measured
+    // SOLR: receiver sweeps with the thru connected, driving port 1 and port 2, in the slot
+    // layout of the device library (S11 = a1, S21 = b1, S12 = b2, S22 = a2).
+    SParametersRaw receiversFwd, receiversRev;
+};
+
+// Fills a record from the raw sweeps of ModelKit's standards: a mapper entry per role and the
+// role's vectors merged over the standard's band; for SOLR the switch terms from the receivers.
+VNACalibration FillCalibration(VNACalType type, int port, const VNACalKit& kit,
+                               const VNAStimulus& stimulus, const CalSweeps& sweeps);
+
 // Measures every role of a calibration of the given type on `normal` (HDR fields on `hdr`) and
 // returns the loaded record.
 VNACalibration MeasureCalibration(const SyntheticCal& setup, const VNACalKit& kit,

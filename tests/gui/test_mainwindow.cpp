@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
+#include <functional>
 
 #include "control_panels.h"
 #include "kx_widgets.h"
@@ -16,32 +17,43 @@
 #include "touchstone.h"
 #include "vna_lib.h"
 
-// Answers the next modal message box with `button` and remembers its text.
+// Answers the next modal message box with `button` and remembers its text; `onBox` runs while
+// the box is up.
 class BoxAnswerer : public QObject
 {
 public:
-    explicit BoxAnswerer(QMessageBox::StandardButton b) : button(b)
+    explicit BoxAnswerer(QMessageBox::StandardButton b, std::function<void()> onBox = {})
+        : button(b), seen(std::move(onBox))
     {
-        connect(&timer, &QTimer::timeout, this, [this] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget()))
-            {
-                texts.append(box->text());
-                if (QAbstractButton* b = box->button(button))
-                {
-                    b->click();
-                }
-                else
-                {
-                    box->accept();
-                }
-            }
-        });
+        connect(&timer, &QTimer::timeout, this, [this] { Answer(); });
         timer.start(10);
     }
     QStringList texts;
 
 private:
+    void Answer()
+    {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+        {
+            return;
+        }
+        texts.append(box->text());
+        if (seen)
+        {
+            seen();
+        }
+        if (QAbstractButton* b = box->button(button))
+        {
+            b->click();
+        }
+        else
+        {
+            box->accept();
+        }
+    }
     QMessageBox::StandardButton button;
+    std::function<void()> seen;
     QTimer timer;
 };
 
@@ -134,16 +146,9 @@ void TestMainWindow::ninthChannelWarnsAndKeepsMeasuring()
     {
         QVERIFY(c->enabled);
     }
-    BoxAnswerer ok(QMessageBox::Ok);
     bool runningDuringWarning = false;
-    QTimer probe;
-    connect(&probe, &QTimer::timeout, [&] {
-        if (QApplication::activeModalWidget())
-        {
-            runningDuringWarning = window->Model().MeasRunning();
-        }
-    });
-    probe.start(1);
+    BoxAnswerer ok(QMessageBox::Ok,
+                   [&] { runningDuringWarning = window->Model().MeasRunning(); });
     window->addChannelTracePressed();
     QCOMPARE(ok.texts, QStringList{"All channels are currently active."});
     QVERIFY(runningDuringWarning);

@@ -55,14 +55,16 @@ void TestStartup::demoAcceptedStartsSweeping()
     // Answer the demo question as an operator would.
     bool asked = false;
     QTimer answer;
-    connect(&answer, &QTimer::timeout, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (box && box->text().contains("Would you like to launch the demo device?"))
-        {
-            asked = true;
-            box->button(QMessageBox::Yes)->click();
-        }
-    });
+    connect(&answer, &QTimer::timeout,
+            [&]
+            {
+                auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                if (box && box->text().contains("Would you like to launch the demo device?"))
+                {
+                    asked = true;
+                    box->button(QMessageBox::Yes)->click();
+                }
+            });
     answer.start(20);
     MainWindow w(nullptr, &none);
     answer.stop();
@@ -72,7 +74,8 @@ void TestStartup::demoAcceptedStartsSweeping()
     w.show();
     // The demo opens with all four S-parameters on one plot, and the sweep fills them.
     QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
+        [&]
+        {
             QMutexLocker lock(&w.Model().traceLock);
             int filled = 0;
             for (const VNATrace* t : w.Model().traces)

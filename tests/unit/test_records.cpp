@@ -70,8 +70,8 @@ void TestRecords::partialCopy()
     QCOMPARE(dst.positionEnd, 4);
     for (int v = 0; v < SParametersRaw::kVectorCount; ++v)
     {
-        QCOMPARE(dst.Vector(v)[3], src.Vector(v)[3]);              // copied from index 0 ...
-        QCOMPARE(dst.Vector(v)[4], cplx(100.0 + v, 4.0));          // ... up to the end only
+        QCOMPARE(dst.Vector(v)[3], src.Vector(v)[3]);      // copied from index 0 ...
+        QCOMPARE(dst.Vector(v)[4], cplx(100.0 + v, 4.0));  // ... up to the end only
     }
     // Different lengths: nothing changes, not even the positions.
     SParametersRaw shorter = Filled(9, 1.0);
@@ -125,8 +125,8 @@ void TestRecords::interpolation()
     QCOMPARE(InterpolateArray(x, QVector<double>{1.0}, 3.0), 0.0);
     // The real form narrows the fraction to float.
     const double q = 1.0 + 1.0 / 3.0;
-    QCOMPARE(InterpolateArray(x, y, q), 10.0 * (1.0 - double(float(1.0 / 3.0))) +
-                                            20.0 * double(float(1.0 / 3.0)));
+    QCOMPARE(InterpolateArray(x, y, q),
+             10.0 * (1.0 - double(float(1.0 / 3.0))) + 20.0 * double(float(1.0 / 3.0)));
 
     const CplxVector yc{cplx(1, 0), cplx(0, 1), cplx(-1, 0)};
     QCOMPARE(InterpolateArray(x, yc, -5.0), yc[0]);

@@ -387,9 +387,8 @@ void TestScpiParameters::wordTablesRoundTrip()
     QVERIFY(roundTrip(gateShapeToText, stringToGateShape, 4, int()));
     QVERIFY(roundTrip(powerConfigToText, stringToPowerConfig, 4, VNAPowerConfig()));
     QVERIFY(roundTrip(sweepTypeToText, stringToSweepType, 3, VNASweepType()));
-    QVERIFY(roundTrip(
-        [](int v) { return traceScaleCouplingToText(VNATraceScaleCoupling(v)); },
-        stringToTraceScaleCoupling, 3, int()));
+    QVERIFY(roundTrip([](int v) { return traceScaleCouplingToText(VNATraceScaleCoupling(v)); },
+                      stringToTraceScaleCoupling, 3, int()));
     for (bool b : {false, true})
     {
         bool back = !b;

@@ -123,7 +123,7 @@ void TestStimulus::stepAndOtherClamps()
     QCOMPARE(s.stop, 1.5e9);
     QCOMPARE(s.span, 0.5e9);
     QCOMPARE(s.center, oldCenter);  // the step edit leaves the centre stale on purpose
-    s.EditStep(-1.0);  // a negative step keeps the present step
+    s.EditStep(-1.0);               // a negative step keeps the present step
     QCOMPARE(s.stop, 1.5e9);
     s.EditStep(10e9);
     QCOMPARE(s.stop, kMaxFreq);
