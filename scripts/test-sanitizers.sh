@@ -7,6 +7,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
+# Share the compiler cache with other checkouts, as scripts/build.sh does.
+export CCACHE_BASEDIR="$PWD"
+export CCACHE_NOHASHDIR=1
 
 LEGS=${1:-all}
 ROOT=$PWD
