@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QSaveFile>
 #include <QStandardPaths>
 
 #include "signal_ops.h"
@@ -174,4 +175,17 @@ bool IsValidFileName(const QString& name)
         }
     }
     return true;
+}
+
+bool SaveFileWhole(const QString& path, const QByteArray& contents)
+{
+    // Unbuffered, so that a short write (a full disk) shows in write()'s count: QSaveFile in
+    // Qt 5.15 commits a buffered file even when the flush at commit could not write it all.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+    {
+        return false;
+    }
+    // Without a commit the temporary file is discarded.
+    return file.write(contents) == contents.size() && file.commit();
 }

@@ -67,3 +67,7 @@ QString GetDefaultUserDirectory(const QString& key);
 void SetDefaultUserDirectory(const QString& key, const QString& path);
 
 bool IsValidFileName(const QString& name);
+
+// Replaces the file at `path` with `contents` whole, or leaves whatever stood there untouched
+// and returns false.
+bool SaveFileWhole(const QString& path, const QByteArray& contents);

@@ -1,5 +1,7 @@
 #include "color_prefs.h"
 
+#include <cstring>
+
 #include "application_settings.h"
 
 namespace
@@ -15,7 +17,15 @@ int WrapIndex(int index)
 void LoadColor(ApplicationSettings& s, const QString& key, QColor& color)
 {
     const QVariant v = s.Load(key);
-    if (v.type() == QVariant::Color)
+    if (v.type() != QVariant::Color)
+    {
+        return;
+    }
+    // QColor takes its spec from the file unchecked, so a damaged file can hold a spec that is
+    // no QColor::Spec, and even copying such a colour is undefined. The spec is the first member.
+    int spec = -1;
+    std::memcpy(&spec, v.constData(), sizeof spec);
+    if (spec >= QColor::Invalid && spec <= QColor::ExtendedRgb)
     {
         color = v.value<QColor>();
     }

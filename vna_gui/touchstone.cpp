@@ -4,11 +4,11 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTextStream>
 #include <charconv>
 #include <cmath>
 
+#include "application_settings.h"
 #include "vna_stimulus.h"
 
 namespace
@@ -279,13 +279,6 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
         error = Tr("Invalid S-Parameter data size.");
         return false;
     }
-    // Written through a save file so that a failed write never replaces a good file.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-    {
-        error = Tr("Unable to open selected file.");
-        return false;
-    }
     QByteArray out;
     const int n = data.Size();
     out.reserve(64 + n * (asS1P ? 40 : 130));
@@ -319,7 +312,8 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
         }
         out += '\n';
     }
-    if (file.write(out) != out.size() || !file.commit())
+    // A failed write never replaces a good file.
+    if (!SaveFileWhole(path, out))
     {
         error = Tr("Unable to open selected file.");
         return false;

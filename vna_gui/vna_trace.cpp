@@ -1,7 +1,6 @@
 #include "vna_trace.h"
 
 #include <QCoreApplication>
-#include <QSaveFile>
 #include <QTextStream>
 #include <cmath>
 
@@ -696,27 +695,17 @@ void VNATrace::Export(const QString& path) const
     {
         return;
     }
-    // Written aside and renamed at the end, so a failed write leaves an older file intact.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+    // Written whole or not at all, so a failed write leaves an older file intact.
+    QString text;
+    QTextStream out(&text);
+    out << (transformEnabled ? QStringLiteral("Time(s), ") : QStringLiteral("Freq(Hz), "))
+        << unitRef << '\n';
+    for (int i = 0; i < x.size(); ++i)
     {
-        return;
+        out << x[i] << ", " << y[i] << '\n';
     }
-    {
-        QTextStream out(&file);
-        out << (transformEnabled ? QStringLiteral("Time(s), ") : QStringLiteral("Freq(Hz), "))
-            << unitRef << '\n';
-        for (int i = 0; i < x.size(); ++i)
-        {
-            out << x[i] << ", " << y[i] << '\n';
-        }
-        out.flush();
-        if (out.status() != QTextStream::Ok)
-        {
-            file.cancelWriting();
-        }
-    }
-    file.commit();
+    out.flush();
+    SaveFileWhole(path, text.toUtf8());
 }
 
 void VNATrace::SavePreset(ApplicationSettings& s) const

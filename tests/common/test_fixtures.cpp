@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <cmath>
 #include <limits>
 
@@ -10,6 +11,14 @@ namespace testfx
 void IsolateUserFiles()
 {
     QStandardPaths::setTestModeEnabled(true);
+    // Test mode leaves the documents and home folders alone, and the program keeps its
+    // preferences, presets and factory calibrations there: give each test process a home of its
+    // own, so no test reads or writes the user's files, nor another test's running beside it.
+    static QTemporaryDir home;
+    if (home.isValid())
+    {
+        qputenv("HOME", home.path().toLocal8Bit());
+    }
 }
 
 VNAStimulus Stimulus(double start, double stop, int points)

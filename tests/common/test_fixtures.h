@@ -11,7 +11,8 @@
 
 namespace testfx
 {
-// Puts QStandardPaths into test mode so no test touches the user's real files.
+// Puts QStandardPaths into test mode and gives the process a private home folder, so no test
+// touches the user's real files.
 void IsolateUserFiles();
 
 // A stimulus with the given linear sweep.

@@ -155,9 +155,23 @@ void TestPlot::initTestCase()
     s.setValue("ColorPrefs/Trace1", QColor(1, 2, 3));
     s.setValue("ColorPrefs/Background", QStringLiteral("not a colour"));
     s.Sync();
+    // A damaged colour whose spec byte is no QColor spec (41) is ignored too.
+    {
+        QFile f(GetPreferencesIniPath());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QByteArray text = f.readAll();
+        f.close();
+        text.replace("[ColorPrefs]\n",
+                     "[ColorPrefs]\nTrace2=@Variant(\\0\\0\\0\\x43)"
+                     "\\0\\0\\0\\0\\0\\0\\0\\0\\0\\0)\n");
+        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        f.write(text);
+    }
     QCOMPARE(ColorPrefs::Get().GetTraceColor(0), QColor(1, 2, 3));
     QCOMPARE(ColorPrefs::Get().background, QColor(0, 0, 0));
+    const QColor kept = ColorPrefs::Get().GetTraceColor(1);
     ColorPrefs::Get().LoadDefaultsDark();
+    QCOMPARE(kept, ColorPrefs::Get().GetTraceColor(1));
 }
 
 void TestPlot::init()

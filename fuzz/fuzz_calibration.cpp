@@ -1,0 +1,9 @@
+// Calibration files (.vnacal).
+#include "fuzz_common.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    fuzzutil::EnsureApp();
+    fuzzutil::Check(fuzzinputs::Calibration(data, size));
+    return 0;
+}

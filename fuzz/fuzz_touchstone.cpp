@@ -1,0 +1,9 @@
+// Touchstone reader.
+#include "fuzz_common.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    fuzzutil::EnsureApp();
+    fuzzutil::Check(fuzzinputs::Touchstone(data, size));
+    return 0;
+}

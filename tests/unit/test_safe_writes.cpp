@@ -1,0 +1,226 @@
+// Every writer of the program either replaces a file whole or leaves the old one as it was.
+// Failures are provoked with a file-size limit (the process's RLIMIT_FSIZE), which stops writes
+// even for root, where permission bits do not: the nearest thing to a full disk a test can have.
+#include <sys/resource.h>
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <cmath>
+#include <csignal>
+
+#include "application_settings.h"
+#include "test_fixtures.h"
+#include "touchstone.h"
+#include "vna_trace.h"
+
+namespace
+{
+// Caps the size of any file this process writes while in scope. SIGXFSZ is ignored so that an
+// oversized write fails with an error instead of killing the test.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &previous);
+        rlimit limit = previous;
+        limit.rlim_cur = bytes;
+        active = setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &previous);
+        std::signal(SIGXFSZ, previousHandler);
+    }
+    bool active = false;
+
+private:
+    rlimit previous{};
+    void (*previousHandler)(int) = nullptr;
+};
+
+// Small enough that an 11-point sweep fits and every larger write fails. Larger files come in
+// two sizes: below Qt's 16 kB write buffer (where a short write shows only when the buffer is
+// flushed) and well above it (where it shows in write()'s count).
+constexpr rlim_t kLimit = 4 * 1024;
+const int kSizes[] = {101, 2001};
+
+QByteArray ReadAll(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// Files of a folder: a failed save must not leave its temporary file behind.
+QStringList Entries(const QString& dir)
+{
+    return QDir(dir).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot);
+}
+
+SParameters Sweep(int points, VNAStimulus& stimulus)
+{
+    stimulus = testfx::Stimulus(1e9, 2e9, points);
+    QVector<double> freqs(points);
+    for (int i = 0; i < points; ++i)
+    {
+        freqs[i] = stimulus.start + i * stimulus.StepSize();
+    }
+    return testfx::SmoothSParams(freqs);
+}
+}  // namespace
+
+class TestSafeWrites : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { testfx::IsolateUserFiles(); }
+    void touchstone();
+    void traceExport();
+    void settingsFiles();
+};
+
+void TestSafeWrites::touchstone()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("dut.s2p"));
+    VNAStimulus small;
+    const SParameters few = Sweep(11, small);
+    QString error;
+    QVERIFY2(StoreSNPFile(path, small, few, false, 0, error), qPrintable(error));
+    const QByteArray good = ReadAll(path);
+    QVERIFY(!good.isEmpty() && good.size() < qint64(kLimit));
+
+    for (int points : kSizes)
+    {
+        VNAStimulus stimulus;
+        const SParameters many = Sweep(points, stimulus);
+        {
+            FileSizeLimit limit(kLimit);
+            QVERIFY(limit.active);
+            error.clear();
+            QVERIFY(!StoreSNPFile(path, stimulus, many, false, 0, error));
+            QVERIFY(!error.isEmpty());
+            // The one-port form, a quarter of the size per point, the same way.
+            VNAStimulus longer;
+            const SParameters more = Sweep(4 * points, longer);
+            QVERIFY(!StoreSNPFile(path, longer, more, true, 1, error));
+        }
+        QCOMPARE(ReadAll(path), good);
+        QCOMPARE(Entries(dir.path()), QStringList{QStringLiteral("dut.s2p")});
+    }
+    // And the old file still loads as the sweep it was.
+    QVector<double> freqs;
+    SParameters back;
+    QVERIFY2(LoadS2PFile(path, false, freqs, back, error), qPrintable(error));
+    QCOMPARE(back.Size(), few.Size());
+    QVERIFY(testfx::MaxDifference(back, few) < 1e-5);
+
+    // Without the limit the same call replaces the file: the limit was the only obstacle.
+    VNAStimulus stimulus;
+    const SParameters many = Sweep(kSizes[0], stimulus);
+    QVERIFY2(StoreSNPFile(path, stimulus, many, false, 0, error), qPrintable(error));
+    QVERIFY(ReadAll(path).size() > qint64(kLimit));
+
+    // A folder that cannot exist (its parent is a file): an error, and nothing is created.
+    const QString blocker = testfx::WriteFile(dir, QStringLiteral("blocker"), "x");
+    QVERIFY(!StoreSNPFile(blocker + QStringLiteral("/dut.s2p"), small, few, false, 0, error));
+    QCOMPARE(ReadAll(blocker), QByteArray("x"));
+}
+
+void TestSafeWrites::traceExport()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("trace.csv"));
+    VNATrace trace;
+    trace.x = {1e9, 1.5e9, 2e9};
+    trace.y = {-1.0, -2.0, -3.0};
+    trace.Export(path);
+    const QByteArray good = ReadAll(path);
+    // The exported rows are the trace's points, so a later comparison means something.
+    QCOMPARE(good.count('\n'), trace.x.size() + 1);
+
+    for (int points : {300, 20000})
+    {
+        VNATrace big;
+        for (int i = 0; i < points; ++i)
+        {
+            big.x.append(1e9 + i * 1e5);
+            big.y.append(-0.001 * i);
+        }
+        {
+            FileSizeLimit limit(kLimit);
+            QVERIFY(limit.active);
+            big.Export(path);
+        }
+        QCOMPARE(ReadAll(path), good);
+        QCOMPARE(Entries(dir.path()), QStringList{QStringLiteral("trace.csv")});
+        big.Export(path);
+        QCOMPARE(ReadAll(path).count('\n'), big.x.size() + 1);
+        trace.Export(path);
+    }
+}
+
+void TestSafeWrites::settingsFiles()
+{
+    // Calibrations, kits, presets and preferences are all INI files written by QSettings, whose
+    // sync writes a temporary file and renames it over the old one (QSaveFile) unless told
+    // otherwise.
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("state.ini"));
+    QVector<double> values;
+    for (int i = 0; i < 8; ++i)
+    {
+        values.append(i * 0.25);
+    }
+    {
+        ApplicationSettings s(path);
+        QVERIFY(s.isAtomicSyncRequired());
+        s.Save(QStringLiteral("Cal/Points"), values);
+        s.Save(QStringLiteral("Cal/Name"), QStringLiteral("first"));
+        s.Sync();
+        QCOMPARE(s.status(), QSettings::NoError);
+    }
+    const QByteArray good = ReadAll(path);
+    QVERIFY(!good.isEmpty());
+
+    // A settings file in a folder that cannot exist reports the failure; the temporary file is
+    // never created, so nothing else is touched.
+    const QString blocker = testfx::WriteFile(dir, QStringLiteral("blocker"), "x");
+    {
+        ApplicationSettings s(blocker + QStringLiteral("/state.ini"));
+        s.Save(QStringLiteral("Key"), 1);
+        s.Sync();
+        QCOMPARE(s.status(), QSettings::AccessError);
+    }
+    QCOMPARE(ReadAll(blocker), QByteArray("x"));
+
+    // A full disk is another matter: Qt 5.15's INI writer and QSaveFile take a short write for
+    // success, so the rename goes ahead with a truncated file. Kept here as a known failure so
+    // that a fix (or a Qt that checks) shows up at once.
+    QVector<std::complex<double>> huge;
+    for (int i = 0; i < 20000; ++i)
+    {
+        huge.append(std::complex<double>(std::cos(i * 0.01), std::sin(i * 0.01)));
+    }
+    {
+        ApplicationSettings s(path);
+        s.Save(QStringLiteral("Cal/Name"), QStringLiteral("second"));
+        s.Save(QStringLiteral("Cal/Terms"), huge);
+        FileSizeLimit limit(kLimit);
+        QVERIFY(limit.active);
+        s.Sync();
+        QEXPECT_FAIL("", "QSettings (Qt 5.15) commits a short write on a full disk", Continue);
+        QCOMPARE(s.status(), QSettings::AccessError);
+        QEXPECT_FAIL("", "QSettings (Qt 5.15) commits a short write on a full disk", Continue);
+        QCOMPARE(ReadAll(path), good);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestSafeWrites)
+#include "test_safe_writes.moc"

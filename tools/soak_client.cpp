@@ -1,0 +1,399 @@
+// Soak client: drives the program's remote interface on loopback for a set time with a mix of
+// stimulus changes, data, marker and calibration queries and deliberate garbage, then reports
+// what was answered, what was not, the errors the program queued and its resident memory.
+//   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 1000] [--seed N]
+// Exits 1 when the program stops answering altogether (connection lost, or nothing answered).
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMap>
+#include <QRandomGenerator>
+#include <QStringList>
+#include <QTcpSocket>
+#include <QThread>
+#include <cstdio>
+
+namespace
+{
+struct Options
+{
+    QString host = QStringLiteral("127.0.0.1");
+    quint16 port = 5026;
+    int durationSeconds = 60;
+    qint64 pid = 0;
+    int timeoutMs = 1000;
+    quint32 seed = 1;
+};
+
+struct Counts
+{
+    qint64 linesSent = 0;
+    qint64 queriesSent = 0;
+    qint64 answered = 0;
+    qint64 noReply = 0;
+    qint64 strayLines = 0;
+    qint64 garbageLines = 0;
+    qint64 errorsQueued = 0;
+    qint64 errorsRead = 0;
+    QMap<int, qint64> errorCodes;
+    QMap<QByteArray, qint64> errorTexts;
+    qint64 dataPoints = 0;
+};
+
+// Resident memory of a process in kB from /proc, or -1.
+qint64 ResidentKb(qint64 pid)
+{
+    if (pid <= 0)
+    {
+        return -1;
+    }
+    QFile f(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!f.open(QIODevice::ReadOnly))
+    {
+        return -1;
+    }
+    for (const QByteArray& line : f.readAll().split('\n'))
+    {
+        if (line.startsWith("VmRSS:"))
+        {
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong();
+        }
+    }
+    return -1;
+}
+
+class Client
+{
+public:
+    Client(const Options& o, Counts& c) : opt(o), counts(c), rng(o.seed) {}
+
+    bool Connect(int waitMs)
+    {
+        QElapsedTimer t;
+        t.start();
+        while (t.elapsed() < waitMs)
+        {
+            socket.abort();
+            socket.connectToHost(opt.host, opt.port);
+            if (socket.waitForConnected(1000))
+            {
+                return true;
+            }
+            QThread::msleep(500);
+        }
+        return false;
+    }
+
+    bool Connected() const { return socket.state() == QAbstractSocket::ConnectedState; }
+
+    // A line that answers nothing: no wait.
+    void Send(const QByteArray& line)
+    {
+        socket.write(line + '\n');
+        socket.flush();
+        ++counts.linesSent;
+    }
+
+    // A query: stray lines from before are dropped, then one reply is awaited. Empty with ok
+    // false when none came within the timeout.
+    QByteArray Query(const QByteArray& line, bool& ok)
+    {
+        DropStray();
+        Send(line);
+        ++counts.queriesSent;
+        QElapsedTimer t;
+        t.start();
+        while (!socket.canReadLine())
+        {
+            const int left = opt.timeoutMs - int(t.elapsed());
+            if (left <= 0 || !Connected() || !socket.waitForReadyRead(left))
+            {
+                if (!socket.canReadLine())
+                {
+                    ++counts.noReply;
+                    ok = false;
+                    return {};
+                }
+            }
+        }
+        ok = true;
+        ++counts.answered;
+        return socket.readLine().trimmed();
+    }
+
+    // Reads the error count and then every queued error, so the queue never saturates.
+    void DrainErrors()
+    {
+        bool ok = false;
+        const QByteArray n = Query(":SYST:ERR:COUN?", ok);
+        if (!ok)
+        {
+            return;
+        }
+        const int count = n.toInt();
+        counts.errorsQueued += count;
+        for (int i = 0; i < count; ++i)
+        {
+            const QByteArray e = Query(":SYST:ERR:NEXT?", ok);
+            if (!ok)
+            {
+                return;
+            }
+            ++counts.errorsRead;
+            ++counts.errorCodes[e.split(',').value(0).toInt()];
+            ++counts.errorTexts[e.left(100)];
+        }
+    }
+
+    // One round of the mix.
+    void Round(int round)
+    {
+        bool ok = false;
+        const int ch = 1 + (round % 2);
+        const double start = 40e6 + rng.bounded(1000) * 1e6;
+        const double stop = start + 10e6 + rng.bounded(4000) * 1e6;
+        const int points = 11 + rng.bounded(390);
+        Send(QStringLiteral(":SENS%1:FREQ:STAR %2").arg(ch).arg(start, 0, 'f', 0).toLatin1());
+        Send(QStringLiteral(":SENS%1:FREQ:STOP %2").arg(ch).arg(stop, 0, 'f', 0).toLatin1());
+        Send(QStringLiteral(":SENS%1:SWE:POIN %2").arg(ch).arg(points).toLatin1());
+        if (round % 5 == 0)
+        {
+            Send(QStringLiteral(":SENS%1:FREQ:CENT %2GHZ;SPAN 100MHZ")
+                     .arg(ch)
+                     .arg(1 + round % 3)
+                     .toLatin1());
+        }
+        Query(QStringLiteral(":SENS%1:FREQ:STAR?").arg(ch).toLatin1(), ok);
+        Query(QStringLiteral(":SENS%1:SWE:POIN?").arg(ch).toLatin1(), ok);
+
+        for (const char* kind : {"SDATA", "FDATA"})
+        {
+            const QByteArray reply = Query(QStringLiteral(":CALC%1:MEAS1:DATA:%2?")
+                                               .arg(ch)
+                                               .arg(QLatin1String(kind))
+                                               .toLatin1(),
+                                           ok);
+            if (ok && !reply.isEmpty())
+            {
+                counts.dataPoints += reply.count(',') + 1;
+            }
+        }
+        Query(QStringLiteral(":CALC%1:MEAS1:DATA:X?").arg(ch).toLatin1(), ok);
+
+        // Markers.
+        Send(QStringLiteral(":CALC%1:MEAS1:MARK2:STAT ON").arg(ch).toLatin1());
+        Send(QStringLiteral(":CALC%1:MEAS1:MARK2:X %2")
+                 .arg(ch)
+                 .arg((start + stop) / 2, 0, 'f', 0)
+                 .toLatin1());
+        Query(QStringLiteral(":CALC%1:MEAS1:MARK2:Y?").arg(ch).toLatin1(), ok);
+        Send(QStringLiteral(":CALC%1:MEAS1:MARK2:FUNC:EXEC MAX").arg(ch).toLatin1());
+        Query(QStringLiteral(":CALC%1:MEAS1:MARK2:X?").arg(ch).toLatin1(), ok);
+
+        // Calibration state.
+        Query(QStringLiteral(":SENS%1:CORR:CSET:ACT?").arg(ch).toLatin1(), ok);
+        Query(QStringLiteral(":SENS%1:CORR:CSET:TYPE?").arg(ch).toLatin1(), ok);
+        Query(":SENS:CORR:CKIT:CAT?", ok);
+        if (round % 7 == 0)
+        {
+            Query(QStringLiteral(":SENS%1:CORR:CSET:ETER? EDF").arg(ch).toLatin1(), ok);
+        }
+
+        if (round % 3 == 0)
+        {
+            Garbage();
+        }
+        if (round % 4 == 0)
+        {
+            Query("*OPC?", ok);
+            DrainErrors();
+        }
+    }
+
+    void Garbage()
+    {
+        static const QByteArray fixed[] = {
+            ":SENS99:FREQ:STAR 1e9",      // channel out of range
+            ":SENS1:FREQ:STAR banana",    // malformed parameter
+            ":SENS1:FREQ:STAR",           // missing parameter
+            ":NO:SUCH:COMMAND 1,2,3",     // unknown header
+            ":CALC1:MEAS0:DATA:SDATA?",   // measurement out of range: no reply
+            ":CALC1:MEAS1:MARK99:X?",     // marker out of range: no reply
+            ";;;::: ,,, \"\" \t",         // separators only
+            ":SENS1:FREQ:STAR 1e10",      // exponent the reader does not take
+            ":SENS1:FREQ:STAR #15abcde",  // binary block where a number belongs
+            "*IDN",                       // query without its mark
+            ":SYST:PRES:USER:LOAD \"/nonexistent/dir/x.ini\"",
+        };
+        const int pick = rng.bounded(int(sizeof fixed / sizeof fixed[0]));
+        ++counts.garbageLines;
+        if (fixed[pick].contains('?'))
+        {
+            bool ok = false;
+            Query(fixed[pick], ok);  // expected to answer nothing; counted either way
+        }
+        else
+        {
+            Send(fixed[pick]);
+        }
+        // Random bytes without a line feed or a question mark, then an overlong line.
+        QByteArray junk;
+        const int n = 1 + rng.bounded(200);
+        for (int i = 0; i < n; ++i)
+        {
+            char c = char(rng.bounded(256));
+            if (c == '\n' || c == '\r' || c == '?')
+            {
+                c = 'x';
+            }
+            junk.append(c);
+        }
+        ++counts.garbageLines;
+        Send(junk);
+        if (rng.bounded(10) == 0)
+        {
+            ++counts.garbageLines;
+            Send(QByteArray(100000, 'A'));
+        }
+    }
+
+private:
+    void DropStray()
+    {
+        socket.waitForReadyRead(0);
+        while (socket.canReadLine())
+        {
+            socket.readLine();
+            ++counts.strayLines;
+        }
+    }
+
+    const Options& opt;
+    Counts& counts;
+    QRandomGenerator rng;
+    QTcpSocket socket;
+};
+
+bool ParseOptions(const QStringList& args, Options& o)
+{
+    for (int i = 1; i < args.size(); ++i)
+    {
+        const QString& a = args[i];
+        const QString v = args.value(i + 1);
+        bool ok = true;
+        if (a == QLatin1String("--duration"))
+            o.durationSeconds = v.toInt(&ok);
+        else if (a == QLatin1String("--port"))
+            o.port = quint16(v.toUInt(&ok));
+        else if (a == QLatin1String("--pid"))
+            o.pid = v.toLongLong(&ok);
+        else if (a == QLatin1String("--timeout-ms"))
+            o.timeoutMs = v.toInt(&ok);
+        else if (a == QLatin1String("--seed"))
+            o.seed = v.toUInt(&ok);
+        else if (a == QLatin1String("--host"))
+            o.host = v;
+        else
+            return false;
+        if (!ok)
+            return false;
+        ++i;
+    }
+    return o.durationSeconds > 0 && o.timeoutMs > 0;
+}
+}  // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    Options opt;
+    if (!ParseOptions(app.arguments(), opt))
+    {
+        std::fprintf(stderr,
+                     "usage: soak_client --duration SECONDS [--port N] [--pid PID] "
+                     "[--timeout-ms MS] [--seed N] [--host ADDRESS]\n");
+        return 2;
+    }
+    Counts counts;
+    Client client(opt, counts);
+    if (!client.Connect(60000))
+    {
+        std::fprintf(stderr, "soak: no connection to %s:%u\n", qPrintable(opt.host), opt.port);
+        return 1;
+    }
+    const qint64 rssStart = ResidentKb(opt.pid);
+    qint64 rssMax = rssStart;
+
+    bool ok = false;
+    const QByteArray idn = client.Query("*IDN?", ok);
+    std::printf("soak: *IDN? -> %s\n", ok ? idn.constData() : "(no reply)");
+    // The instrument, then two channels sweeping continuously.
+    if (client.Query(":SYST:DEV:ACT?", ok) != "1")
+    {
+        const QByteArray list = client.Query(":SYST:DEV:LIST?", ok);
+        const QByteArray serial = list.split(',').value(0).trimmed();
+        if (!serial.isEmpty())
+        {
+            client.Query(":SYST:DEV:CONN? " + serial, ok);
+        }
+    }
+    client.Send(":CONF:CHAN1:STAT 1");
+    client.Send(":CONF:CHAN2:STAT 1");
+    client.Send(":CALC2:MEAS1:DEF");  // the new channel's first measurement
+    client.Send(":SENS1:SWE:MODE CONT");
+    client.Send(":SENS2:SWE:MODE CONT");
+    client.Send(":INIT1:CONT 1");
+    client.Send(":INIT2:CONT 1");
+
+    QElapsedTimer clock;
+    clock.start();
+    qint64 lastSample = 0;
+    int round = 0;
+    int lostAt = -1;
+    while (clock.elapsed() < qint64(opt.durationSeconds) * 1000)
+    {
+        if (!client.Connected())
+        {
+            lostAt = int(clock.elapsed() / 1000);
+            break;
+        }
+        client.Round(round++);
+        if (clock.elapsed() - lastSample > 10000)
+        {
+            lastSample = clock.elapsed();
+            rssMax = qMax(rssMax, ResidentKb(opt.pid));
+        }
+    }
+    if (client.Connected())
+    {
+        client.DrainErrors();
+    }
+    const qint64 rssEnd = ResidentKb(opt.pid);
+    rssMax = qMax(rssMax, rssEnd);
+
+    std::printf("soak: %d s, %d rounds\n", int(clock.elapsed() / 1000), round);
+    std::printf("soak: lines sent %lld, queries %lld, answered %lld, no reply %lld, stray %lld\n",
+                counts.linesSent, counts.queriesSent, counts.answered, counts.noReply,
+                counts.strayLines);
+    std::printf("soak: garbage lines %lld, data values received %lld\n", counts.garbageLines,
+                counts.dataPoints);
+    std::printf("soak: errors queued %lld, read %lld:", counts.errorsQueued, counts.errorsRead);
+    for (auto it = counts.errorCodes.cbegin(); it != counts.errorCodes.cend(); ++it)
+    {
+        std::printf(" %d x%lld", it.key(), it.value());
+    }
+    std::printf("\n");
+    for (auto it = counts.errorTexts.cbegin(); it != counts.errorTexts.cend(); ++it)
+    {
+        std::printf("soak:   %6lld x %s\n", it.value(), it.key().constData());
+    }
+    std::printf("soak: resident memory start %lld kB, end %lld kB, max %lld kB\n", rssStart, rssEnd,
+                rssMax);
+    if (lostAt >= 0)
+    {
+        std::printf("soak: connection lost after %d s\n", lostAt);
+        return 1;
+    }
+    return counts.answered > 0 ? 0 : 1;
+}
