@@ -38,7 +38,7 @@ export HOME=$WORK/home XDG_CONFIG_HOME=$WORK/home/.config XDG_DATA_HOME=$WORK/ho
 export XDG_RUNTIME_DIR=$WORK/run
 mkdir -p "$HOME/Documents/Kestrix/vna" "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
-printf '[SCPIPrefs]\nEnabled=true\nPort=%s\n' "$PORT" >"$HOME/Documents/Kestrix/vna/Preferences.ini"
+printf '[Preferences]\nSCPIPrefs\\Enabled=true\nSCPIPrefs\\Port=%s\n' "$PORT" >"$HOME/Documents/Kestrix/vna/Preferences.ini"
 
 export QT_QPA_PLATFORM=offscreen
 export VNA_SIM_PORT=-1  # the simulator's scene port is not needed here
