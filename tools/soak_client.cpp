@@ -349,6 +349,10 @@ int main(int argc, char* argv[])
     QElapsedTimer clock;
     clock.start();
     qint64 lastSample = 0;
+    // Memory once the first sweeps, replies and caches have been allocated: the reference for
+    // growth over the run.
+    constexpr qint64 kWarmUpMs = 60000;
+    qint64 rssSettled = -1;
     int round = 0;
     int lostAt = -1;
     while (clock.elapsed() < qint64(opt.durationSeconds) * 1000)
@@ -359,6 +363,10 @@ int main(int argc, char* argv[])
             break;
         }
         client.Round(round++);
+        if (rssSettled < 0 && clock.elapsed() > kWarmUpMs)
+        {
+            rssSettled = ResidentKb(opt.pid);
+        }
         if (clock.elapsed() - lastSample > 10000)
         {
             lastSample = clock.elapsed();
@@ -390,6 +398,12 @@ int main(int argc, char* argv[])
     }
     std::printf("soak: resident memory start %lld kB, end %lld kB, max %lld kB\n", rssStart, rssEnd,
                 rssMax);
+    if (rssSettled > 0)
+    {
+        std::printf(
+            "soak: resident memory after %lld s of warm-up %lld kB; growth to the end %.1f %%\n",
+            kWarmUpMs / 1000, rssSettled, 100.0 * double(rssEnd - rssSettled) / double(rssSettled));
+    }
     if (lostAt >= 0)
     {
         std::printf("soak: connection lost after %d s\n", lostAt);
