@@ -44,15 +44,11 @@ bool IsLinearSpacing(const QVector<double>& f)
     return true;
 }
 
-bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex<double>& out)
+namespace
 {
-    bool okA = false, okB = false;
-    const double va = a.toDouble(&okA);
-    const double vb = b.toDouble(&okB);
-    if (!okA || !okB)
-    {
-        return false;
-    }
+// The value pair of a data line as a complex number, by the file's format.
+bool PairToComplex(SnPFormat format, double va, double vb, std::complex<double>& out)
+{
     switch (format)
     {
         case SnPFormatMA:
@@ -71,6 +67,33 @@ bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex
             return true;
     }
     return false;
+}
+
+// A token as QString::toDouble reads it. Plain numbers take a fast path; anything else (a sign
+// '+', stray characters) goes through QString so that the accepted forms stay exactly the same.
+bool TokenToDouble(const char* p, int n, double& v)
+{
+    const auto r = std::from_chars(p, p + n, v);
+    if (r.ec == std::errc() && r.ptr == p + n)
+    {
+        return true;
+    }
+    bool ok = false;
+    v = QString::fromLatin1(p, n).toDouble(&ok);
+    return ok;
+}
+}  // namespace
+
+bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex<double>& out)
+{
+    bool okA = false, okB = false;
+    const double va = a.toDouble(&okA);
+    const double vb = b.toDouble(&okB);
+    if (!okA || !okB)
+    {
+        return false;
+    }
+    return PairToComplex(format, va, vb, out);
 }
 
 QString toMA(std::complex<double> v)
@@ -211,18 +234,50 @@ bool LoadS2PFile(const QString& path, bool allowNonLinear, QVector<double>& freq
             continue;  // only truly empty lines are skipped; a line of blanks is a bad data line
         }
 
-        const QStringList tokens = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        if (tokens.size() != expected)
+        // Split on single blanks, empty parts dropped; only the first nine tokens are kept, but
+        // all are counted.
+        const QByteArray bytes = line.toLatin1();
+        const char* tokenStart[9];
+        int tokenLength[9];
+        int count = 0;
+        for (int i = 0, n = bytes.size(); i < n;)
+        {
+            while (i < n && bytes[i] == ' ')
+            {
+                ++i;
+            }
+            const int begin = i;
+            while (i < n && bytes[i] != ' ')
+            {
+                ++i;
+            }
+            if (i > begin)
+            {
+                if (count < 9)
+                {
+                    tokenStart[count] = bytes.constData() + begin;
+                    tokenLength[count] = i - begin;
+                }
+                ++count;
+            }
+        }
+        if (count != expected)
         {
             error = Tr("Invalid number of points on line");
             return false;
         }
-        freqs.append(tokens.at(0).toDouble() * multiplier);
+        // The frequency is not checked: a bad one reads as QString::toDouble reads it (0).
+        double f = 0.0;
+        TokenToDouble(tokenStart[0], tokenLength[0], f);
+        freqs.append(f * multiplier);
         std::complex<double> v[4];
         const int pairs = isS1P ? 1 : 4;
         for (int k = 0; k < pairs; ++k)
         {
-            if (!ParseVal(format, tokens.at(1 + 2 * k), tokens.at(2 + 2 * k), v[k]))
+            double va = 0.0, vb = 0.0;
+            if (!TokenToDouble(tokenStart[1 + 2 * k], tokenLength[1 + 2 * k], va) ||
+                !TokenToDouble(tokenStart[2 + 2 * k], tokenLength[2 + 2 * k], vb) ||
+                !PairToComplex(format, va, vb, v[k]))
             {
                 error = Tr("Unable to parse data value");
                 return false;

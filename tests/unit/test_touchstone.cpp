@@ -63,6 +63,14 @@ void TestTouchstone::optionLine()
     QCOMPARE(f.first(), 1.5e9);
     QVERIFY(std::abs(d.S11[0] - std::complex<double>(0.0, 2.0)) < 1e-12);
 
+    // Numbers in every form the reader takes: signs, exponents, bare fractions.
+    QVERIFY(Load("# Hz S RI R 50\n+1 +0.5 -2e-1\n2 .25 1E+1\n3 5. -.5e0\n", "e.s1p", error, &f,
+                 &d));
+    QCOMPARE(f, (QVector<double>{1.0, 2.0, 3.0}));
+    QCOMPARE(d.S11[0], std::complex<double>(0.5, -0.2));
+    QCOMPARE(d.S11[1], std::complex<double>(0.25, 10.0));
+    QCOMPARE(d.S11[2], std::complex<double>(5.0, -0.5));
+
     // The hash glued to the unit loses the unit: the default GHz stays.
     QVERIFY(Load("#MHz S RI R 50\n1 1 0\n", "d.s1p", error, &f));
     QCOMPARE(f.first(), 1e9);
