@@ -5,28 +5,102 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <atomic>
+#include <cstdio>
 
 #include "signal_ops.h"
 
 ApplicationSettings::ApplicationSettings(const QString& fileName, QObject* parent)
-    : QSettings(fileName, QSettings::IniFormat, parent)
+    : QSettings(PrepareWorkingCopy(fileName), QSettings::IniFormat, parent), target(fileName)
 {
 }
 
-ApplicationSettings::ApplicationSettings(Scope scope, const QString& organization,
-                                         const QString& application, QObject* parent)
-    : QSettings(QSettings::IniFormat, scope, organization, application, parent)
+ApplicationSettings::~ApplicationSettings()
 {
+    Commit();
+    if (!target.isEmpty() && fileName() != target)
+    {
+        QFile::remove(fileName());
+    }
+}
+
+QString ApplicationSettings::PrepareWorkingCopy(const QString& target)
+{
+    // Unique per object, in the same folder so that the final rename replaces the file at once.
+    static std::atomic<int> counter{0};
+    const QString work =
+        target +
+        QStringLiteral(".~%1-%2").arg(QCoreApplication::applicationPid()).arg(counter.fetch_add(1));
+    QFile::remove(work);
+    if (QFileInfo::exists(target) && !QFile::copy(target, work))
+    {
+        return target;  // no room for a copy: work on the file itself, as plain settings do
+    }
+    return work;
+}
+
+bool ApplicationSettings::ReadsBackWhole(const QString& path) const
+{
+    // Every key, with its value: a short write loses the tail or cuts a value. The file is read
+    // under a name no other settings object uses, so it comes from disk and not from the cache
+    // that objects on the same file share.
+    const QSettings check(path, QSettings::IniFormat);
+    const QStringList keys = allKeys();
+    if (check.status() != NoError || check.allKeys() != keys)
+    {
+        return false;
+    }
+    for (const QString& key : keys)
+    {
+        const QVariant mine = value(key);
+        const QVariant theirs = check.value(key);
+        const bool same = mine.type() == QVariant::ByteArray
+                              ? theirs.toByteArray() == mine.toByteArray()
+                              : theirs.toString() == mine.toString();
+        if (!same)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ApplicationSettings::Commit()
+{
+    sync();
+    commitFailed = false;
+    const QString work = fileName();
+    if (target.isEmpty() || work == target)
+    {
+        return status() == NoError;
+    }
+    if (status() != NoError || !QFileInfo::exists(work))
+    {
+        return status() == NoError;  // nothing written, or QSettings reported the failure
+    }
+    // A checked copy goes in place; the working copy stays for later changes.
+    static std::atomic<int> counter{0};
+    const QString staged = work + QStringLiteral("~%1").arg(counter.fetch_add(1));
+    QFile::remove(staged);
+    const bool ok = QFile::copy(work, staged) && ReadsBackWhole(staged) &&
+                    std::rename(QFile::encodeName(staged).constData(),
+                                QFile::encodeName(target).constData()) == 0;
+    if (!ok)
+    {
+        QFile::remove(staged);
+        commitFailed = true;
+    }
+    return ok;
 }
 
 QString ApplicationSettings::FileName() const
 {
-    return QFileInfo(fileName()).fileName();
+    return QFileInfo(target.isEmpty() ? fileName() : target).fileName();
 }
 
 QString ApplicationSettings::BaseName() const
 {
-    return QFileInfo(fileName()).baseName();
+    return QFileInfo(target.isEmpty() ? fileName() : target).baseName();
 }
 
 void ApplicationSettings::Save(const QString& key, const QVector<double>& v)

@@ -12,9 +12,12 @@ class ApplicationSettings : public QSettings
 {
     Q_OBJECT
 public:
+    // Works on a copy beside the file; Sync() and the destructor put it in place only once it
+    // reads back whole, so a failed or short write (a full disk) leaves the old file untouched.
     explicit ApplicationSettings(const QString& fileName, QObject* parent = nullptr);
     ApplicationSettings(Scope scope, const QString& organization, const QString& application,
                         QObject* parent = nullptr);
+    ~ApplicationSettings() override;
 
     QString FileName() const;
     QString BaseName() const;
@@ -27,7 +30,9 @@ public:
     int BeginReadArray(const QString& name) { return beginReadArray(name); }
     void SetArrayIndex(int i) { setArrayIndex(i); }
     void EndArray() { endArray(); }
-    void Sync() { sync(); }
+    void Sync() { Commit(); }
+    // NoError, or AccessError when the last write could not be put in place.
+    Status WriteStatus() const { return commitFailed ? AccessError : status(); }
 
     QVariant Load(const QString& key) const { return value(key); }
 
@@ -53,6 +58,14 @@ public:
 
     void SaveList(const QString& key, const QList<int>& list);
     void LoadList(const QString& key, QList<int>& list);
+
+private:
+    static QString PrepareWorkingCopy(const QString& target);
+    bool Commit();
+    bool ReadsBackWhole(const QString& path) const;
+
+    QString target;  // the file the caller named; empty for settings found by scope
+    bool commitFailed = false;
 };
 
 QString GetMyDocumentsPath();
