@@ -21,11 +21,12 @@ void LoadColor(ApplicationSettings& s, const QString& key, QColor& color)
     {
         return;
     }
-    // QColor takes its spec from the file unchecked, so a damaged file can hold a spec that is
-    // no QColor::Spec, and even copying such a colour is undefined. The spec is the first member.
-    int spec = -1;
-    std::memcpy(&spec, v.constData(), sizeof spec);
-    if (spec >= QColor::Invalid && spec <= QColor::ExtendedRgb)
+    // QColor takes its colour model from the file unchecked, so a damaged file can hold a model
+    // Qt does not know, and even copying such a colour is undefined. The model is the first
+    // member.
+    int colourModel = -1;
+    std::memcpy(&colourModel, v.constData(), sizeof colourModel);
+    if (colourModel >= QColor::Invalid && colourModel <= QColor::ExtendedRgb)
     {
         color = v.value<QColor>();
     }

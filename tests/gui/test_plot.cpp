@@ -155,7 +155,7 @@ void TestPlot::initTestCase()
     s.setValue("ColorPrefs/Trace1", QColor(1, 2, 3));
     s.setValue("ColorPrefs/Background", QStringLiteral("not a colour"));
     s.Sync();
-    // A damaged colour whose spec byte is no QColor spec (41) is ignored too.
+    // A damaged colour whose model byte (41) is no colour model Qt knows is ignored too.
     {
         QFile f(GetPreferencesIniPath());
         QVERIFY(f.open(QIODevice::ReadOnly));
