@@ -801,6 +801,30 @@ bool VNACalibration::TwoPortSizesValid() const
     return true;
 }
 
+namespace
+{
+// Ideal short, open and load of port 1 and then port 2 at f into v[0..5]. Port 2 often uses the
+// very standards of port 1: their values are known already.
+void FillReflectIdeals(RoleStandards* roles, double f, cplx* v)
+{
+    v[0] = roles[RoleP1Short].At(f).IdealShort(f);
+    v[1] = roles[RoleP1Open].At(f).IdealOpen(f);
+    v[2] = roles[RoleP1Load].At(f).IdealLoad(f);
+    for (int r = 0; r < 3; ++r)
+    {
+        const CalKitStandardInfo& s2 = roles[RoleP2Short + r].At(f);
+        if (&s2 == &roles[RoleP1Short + r].At(f))
+        {
+            v[3 + r] = v[r];
+        }
+        else
+        {
+            v[3 + r] = r == 0 ? s2.IdealShort(f) : r == 1 ? s2.IdealOpen(f) : s2.IdealLoad(f);
+        }
+    }
+}
+}  // namespace
+
 void VNACalibration::BuildCorrectionsSOLT(const VNAStimulus& applied)
 {
     if (!TwoPortSizesValid())
@@ -827,22 +851,7 @@ void VNACalibration::BuildCorrectionsSOLT(const VNAStimulus& applied)
     {
         const double f = PointFreq(applied, step, i);
         cplx* v = &ideal[kIdeal * i];
-        v[0] = roles[RoleP1Short].At(f).IdealShort(f);
-        v[1] = roles[RoleP1Open].At(f).IdealOpen(f);
-        v[2] = roles[RoleP1Load].At(f).IdealLoad(f);
-        // Port 2 often uses the very standards of port 1: their values are known already.
-        for (int r = 0; r < 3; ++r)
-        {
-            const CalKitStandardInfo& s2 = roles[RoleP2Short + r].At(f);
-            if (&s2 == &roles[RoleP1Short + r].At(f))
-            {
-                v[3 + r] = v[r];
-            }
-            else
-            {
-                v[3 + r] = r == 0 ? s2.IdealShort(f) : r == 1 ? s2.IdealOpen(f) : s2.IdealLoad(f);
-            }
-        }
+        FillReflectIdeals(roles, f, v);
         roles[RoleThru].At(f).IdealThru(f, v[6], v[7], v[8], v[9]);
     }
 
@@ -1035,21 +1044,7 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
     {
         const double f = PointFreq(applied, step, i);
         cplx* v = &ideal[kIdeal * i];
-        v[0] = roles[RoleP1Short].At(f).IdealShort(f);
-        v[1] = roles[RoleP1Open].At(f).IdealOpen(f);
-        v[2] = roles[RoleP1Load].At(f).IdealLoad(f);
-        for (int r = 0; r < 3; ++r)
-        {
-            const CalKitStandardInfo& s2 = roles[RoleP2Short + r].At(f);
-            if (&s2 == &roles[RoleP1Short + r].At(f))
-            {
-                v[3 + r] = v[r];
-            }
-            else
-            {
-                v[3 + r] = r == 0 ? s2.IdealShort(f) : r == 1 ? s2.IdealOpen(f) : s2.IdealLoad(f);
-            }
-        }
+        FillReflectIdeals(roles, f, v);
     }
 
     // The switch terms and gammas belong to the calibration's own points and are read by index;
