@@ -413,6 +413,8 @@ void StartServer(int port)
     auto server = std::make_unique<CommandServer>(&HandleCommand);
     if (server->Start(port))
     {
+        // Port 0 takes any free port: say which, for whoever starts the program.
+        std::fprintf(stderr, "vna simulator: scene commands on 127.0.0.1:%d\n", server->Port());
         S().server = std::move(server);
     }
     else

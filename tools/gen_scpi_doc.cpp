@@ -1,16 +1,16 @@
-// Prints the remote command reference, generated from the command table, to standard output
-// or to the file named by the one argument (docs/scpi.md).
+// Prints the remote command reference, generated from the command table and the program's
+// command bodies, to standard output or to the file named by the one argument (docs/scpi.md).
 #include <QCoreApplication>
 #include <QFile>
 #include <QTextStream>
 #include <cstdio>
 
-#include "scpi_def.h"
+#include "mainwindow_scpi.h"
 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    const QByteArray text = scpiCommandReference().toUtf8();
+    const QByteArray text = scpiCommandReference(scpiBodyStatus).toUtf8();
     if (argc < 2)
     {
         fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);

@@ -365,12 +365,13 @@ TraceControlPanel::TraceControlPanel(MainWindow* window) : PanelBase(window)
     connect(hold, &KXComboBox::comboIndexChanged, this,
             [this] { w->traceHoldChanged(hold->GetCurrentData().toInt()); });
     connect(restartHold, &QPushButton::clicked, w, QOverload<>::of(&MainWindow::traceHoldRestart));
-    connect(ref, valueEdited, w, &MainWindow::traceRefChanged);
-    connect(div, valueEdited, w, &MainWindow::traceDivChanged);
-    connect(refPos, valueEdited, w, &MainWindow::traceRefPosChanged);
-    connect(autoScale, &QPushButton::clicked, w, &MainWindow::traceAutoScale);
+    connect(ref, valueEdited, w, QOverload<double>::of(&MainWindow::traceRefChanged));
+    connect(div, valueEdited, w, QOverload<double>::of(&MainWindow::traceDivChanged));
+    connect(refPos, valueEdited, w, QOverload<double>::of(&MainWindow::traceRefPosChanged));
+    connect(autoScale, &QPushButton::clicked, w, QOverload<>::of(&MainWindow::traceAutoScale));
     connect(autoScaleAll, &QPushButton::clicked, w, &MainWindow::traceAutoScaleAll);
-    connect(defaultScale, &QPushButton::clicked, w, &MainWindow::traceDefaultScale);
+    connect(defaultScale, &QPushButton::clicked, w,
+            QOverload<>::of(&MainWindow::traceDefaultScale));
     connect(defaultScaleAll, &QPushButton::clicked, w, &MainWindow::traceDefaultScaleAll);
     connect(coupling, &KXComboBox::comboIndexChanged, this,
             [this] { w->traceScaleCouplingChanged(coupling->GetCurrentData().toInt()); });
@@ -497,21 +498,29 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
 
     const auto valueEdited = QOverload<double>::of(&KXLineEdit::editUpdated);
     const auto freqEdited = QOverload<Frequency>::of(&KXLineEdit::editUpdated);
-    connect(store, &QPushButton::clicked, w, &MainWindow::traceStoreMem);
+    connect(store, &QPushButton::clicked, w, QOverload<>::of(&MainWindow::traceStoreMem));
     connect(mathOp, &KXComboBox::comboIndexChanged, this,
             [this] { w->traceMathOpChanged(mathOp->GetCurrentData().toInt()); });
-    connect(interpolate, &QCheckBox::toggled, w, &MainWindow::traceMathInterpolateChanged);
-    connect(showMem, &QCheckBox::toggled, w, &MainWindow::traceShowMemTraceChanged);
-    connect(smooth, &QCheckBox::toggled, w, &MainWindow::traceSmoothEnabledChanged);
-    connect(aperture, valueEdited, w, &MainWindow::traceSmoothAperatureChanged);
-    connect(statsEnabled, &QCheckBox::toggled, w, &MainWindow::traceStatsEnabledChanged);
-    connect(autoRange, &QCheckBox::toggled, w, &MainWindow::traceStatsAutoRangeChanged);
-    connect(rangeStart, freqEdited, w, &MainWindow::traceStatsStartChanged);
-    connect(rangeStop, freqEdited, w, &MainWindow::traceStatsStopChanged);
+    connect(interpolate, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::traceMathInterpolateChanged));
+    connect(showMem, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::traceShowMemTraceChanged));
+    connect(smooth, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::traceSmoothEnabledChanged));
+    connect(aperture, valueEdited, w,
+            QOverload<double>::of(&MainWindow::traceSmoothAperatureChanged));
+    connect(statsEnabled, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::traceStatsEnabledChanged));
+    connect(autoRange, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::traceStatsAutoRangeChanged));
+    connect(rangeStart, freqEdited, w,
+            QOverload<Frequency>::of(&MainWindow::traceStatsStartChanged));
+    connect(rangeStop, freqEdited, w, QOverload<Frequency>::of(&MainWindow::traceStatsStopChanged));
     connect(delay, valueEdited, w, QOverload<double>::of(&MainWindow::traceElecDelayChanged));
-    connect(magOffset, valueEdited, w, &MainWindow::traceMagOffsetChanged);
-    connect(magSlope, valueEdited, w, &MainWindow::traceMagSlopeChanged);
-    connect(phaseOffset, valueEdited, w, &MainWindow::tracePhaseOffsetChanged);
+    connect(magOffset, valueEdited, w, QOverload<double>::of(&MainWindow::traceMagOffsetChanged));
+    connect(magSlope, valueEdited, w, QOverload<double>::of(&MainWindow::traceMagSlopeChanged));
+    connect(phaseOffset, valueEdited, w,
+            QOverload<double>::of(&MainWindow::tracePhaseOffsetChanged));
 }
 
 void MathPanel::UpdateControls()

@@ -15,6 +15,7 @@
 #include <QStackedWidget>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <thread>
 
@@ -22,6 +23,7 @@
 #include "control_panels.h"
 #include "error_log.h"
 #include "kx_widgets.h"
+#include "mainwindow_scpi.h"
 #include "multi_plot_splitter_area.h"
 #include "scpi_log.h"
 #include "status_bar.h"
@@ -57,8 +59,9 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
     setThemeIcons();
     resize(1400, 860);
 
-    scpi.SetCallbackFunction([this](Scpi* cmd) { SCPIHandleCommand(cmd); });
     remoteDialog = new SCPIRemoteDialog(this);
+    scpiOpcTimer = new QTimer(this);
+    connect(scpiOpcTimer, &QTimer::timeout, this, &MainWindow::SCPIAnswerPendingOpc);
     connect(scpiServer, &QTcpServer::newConnection, this, &MainWindow::handleSCPIConnection);
     SCPIStartup();
 
@@ -69,6 +72,9 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
 MainWindow::~MainWindow()
 {
     model.MeasStop();
+    // Their sockets belong to the server and go with it.
+    delete scpiConnection;
+    qDeleteAll(scpiRetired);
 }
 
 void MainWindow::ReadFanDefaults()
@@ -467,6 +473,15 @@ void MainWindow::stimAvgCountChanged(int channel, int count)
     EditStimulus(channel, [&](VNAStimulus& s) { s.avgCount = count; });
 }
 
+void MainWindow::stimSweepTypeChanged(int channel, int type)
+{
+    if (type < SweepLinear || type > SweepSegment)
+    {
+        return;
+    }
+    EditStimulus(channel, [&](VNAStimulus& s) { s.type = VNASweepType(type); });
+}
+
 void MainWindow::stimRestartAvg(int channel)
 {
     if (model.IsValidChannelIndex(channel))
@@ -511,14 +526,6 @@ void MainWindow::continuousPressed()
 {
     triggerSweepModeChanged(model.activeChannelIndex, VNASweepMode::Continuous);
     emit model.updateSweepModeSignal();
-}
-
-void MainWindow::WaitForOPC()
-{
-    while (model.SingleSweepPending())
-    {
-        QCoreApplication::processEvents();
-    }
 }
 
 void MainWindow::UpdateAll()
@@ -575,6 +582,7 @@ void MainWindow::updateControlsSlot()
 
 void MainWindow::updateSweepModeSlot()
 {
+    SCPIAnswerPendingOpc();
     triggerPanel->UpdateControls();
     if (const VNAChannel* c = model.ActiveChannel())
     {

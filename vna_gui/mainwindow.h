@@ -22,9 +22,12 @@ class QEventLoop;
 class QMenu;
 class QProgressBar;
 class QStackedWidget;
+class QHostAddress;
 class QTcpServer;
 class QTcpSocket;
+class QTimer;
 class SCPIRemoteDialog;
+struct ScpiConnection;
 class ScpiLogDialog;
 class ChannelWidget;
 class ErrorLogDialog;
@@ -71,7 +74,11 @@ public:
         model.channelPortsEnabled(channel, fwd, rev);
     }
     void UpdateTempSetpoint() { model.UpdateTempSetpoint(); }
-    void WaitForOPC();
+    // Answers *OPC? of the command's client: at once when no sweep is pending, otherwise when
+    // the pending sweeps end. Never waits here: the client's later commands are served meanwhile.
+    void WaitForOPC(Scpi* cmd);
+    // True while an enabled channel has a single sweep to finish and the loop runs to finish it.
+    bool SCPIOperationPending() const;
     void UpdateAll();
     void UpdateAll(int channel);
     void UpdateControlPanels();
@@ -89,6 +96,11 @@ public:
     int CreateTrace(int channel, int plot, VNATraceMeas meas, VNATraceFormat format);
     // Reads a Touchstone file into the next free channel, in hold; false with a message.
     bool ImportSNPFile(const QString& path);
+    // Writes a channel's processed data; an .s1p file takes the port (0 or 1). False with the
+    // reason in error.
+    bool ExportSNPFile(int channel, const QString& path, int port, QString& error);
+    // Creates a trace on the channel at a measure place (from 0); false when the place is taken.
+    bool DefineMeasurement(int channel, int place);
     int ActiveTraceIndex() const { return model.selectedTraceIndex; }
 
     // --- remote control ---------------------------------------------------------------------
@@ -97,8 +109,12 @@ public:
     void SCPIUpdatePort();
     // The port the server listens on, or 0 when it does not listen.
     quint16 SCPIServerPort() const;
+    // The address the server is bound to, as the socket reports it.
+    QHostAddress SCPIServerAddress() const;
     ScpiLogDialog* ScpiLog() const { return scpiLogDialog; }
     void SCPIHandleCommand(Scpi* scpi);
+    // Ends the lockout box, as the operator's "Return to Local" does.
+    void SCPIReturnToLocal();
 
 public slots:
     void connectDevice();
@@ -129,6 +145,7 @@ public slots:
     void stimAvgEnabledChanged(int channel, bool enabled);
     void stimAvgCountChanged(int channel, int count);
     void stimRestartAvg(int channel);
+    void stimSweepTypeChanged(int channel, int type);
 
     void triggerSweepModeChanged(int channel, int mode);
     void triggerSweepModeChanged(int mode);
@@ -140,6 +157,7 @@ public slots:
     // Channels and plots.
     void addChannelTracePressed();
     void addChannelTraceWindowPressed();
+    void channelEnabledChanged(int channel, bool enabled);
     void channelCopy(int channel);
     void channelCopy();
     void deleteChannel(int channel);
@@ -171,32 +189,54 @@ public slots:
     void traceHoldChanged(int trace, int hold);
     void traceHoldRestart();
     void traceHoldRestart(int trace);
+    // Scale and chain settings of a trace, by index; the one-argument forms act on the active
+    // trace, as the panels do.
+    void traceRefChanged(int trace, double value);
     void traceRefChanged(double value);
+    void traceDivChanged(int trace, double value);
     void traceDivChanged(double value);
+    void traceRefPosChanged(int trace, double value);
     void traceRefPosChanged(double value);
+    void traceAutoScale(int trace);
     void traceAutoScale();
     void traceAutoScaleAll();
+    void traceDefaultScale(int trace);
     void traceDefaultScale();
     void traceDefaultScaleAll();
     void traceScaleCouplingChanged(int coupling);
     void traceUseNameChanged(bool use);
     void traceNameChanged(const QString& name);
     void traceExport();
+    void traceStoreMem(int trace);
     void traceStoreMem();
+    void traceMathOpChanged(int trace, int op);
     void traceMathOpChanged(int op);
+    void traceMathInterpolateChanged(int trace, bool enabled);
     void traceMathInterpolateChanged(bool enabled);
+    void traceShowMemTraceChanged(int trace, bool show);
     void traceShowMemTraceChanged(bool show);
+    void traceSmoothEnabledChanged(int trace, bool enabled);
     void traceSmoothEnabledChanged(bool enabled);
+    void traceSmoothAperatureChanged(int trace, double percent);
     void traceSmoothAperatureChanged(double percent);
+    void traceStatsEnabledChanged(int trace, bool enabled);
     void traceStatsEnabledChanged(bool enabled);
+    void traceStatsAutoRangeChanged(int trace, bool enabled);
     void traceStatsAutoRangeChanged(bool enabled);
+    void traceStatsStartChanged(int trace, Frequency f);
     void traceStatsStartChanged(Frequency f);
+    void traceStatsStopChanged(int trace, Frequency f);
     void traceStatsStopChanged(Frequency f);
-    void traceElecDelayChanged(double seconds);
     void traceElecDelayChanged(int trace, double seconds);
+    void traceElecDelayChanged(double seconds);
+    void traceMagOffsetChanged(int trace, double db);
     void traceMagOffsetChanged(double db);
+    void traceMagSlopeChanged(int trace, double dbPerGHz);
     void traceMagSlopeChanged(double dbPerGHz);
+    void tracePhaseOffsetChanged(int trace, double degrees);
     void tracePhaseOffsetChanged(double degrees);
+    // The channel's velocity factor, which the time axis and port extension read.
+    void traceVelocityChanged(int channel, double factor);
 
     void panelButtonClicked(int index);
     void showErrorInfo();
@@ -246,28 +286,34 @@ private:
     // Applies an edit to a trace under the trace lock, then recalculates its channel.
     void EditTrace(int index, const std::function<void(VNATrace&)>& edit);
     void EditActiveTrace(const std::function<void(VNATrace&)>& edit);
-    // Scale edits flow from the active trace to the traces the coupling reaches.
-    void EditActiveScale(const std::function<void(VNATrace&)>& edit);
+    // Scale edits flow from the edited trace to the traces the coupling reaches.
+    void EditScale(int index, const std::function<void(VNATrace&)>& edit);
     // Destroys the traces on a plot and empties its slot; the caller holds no lock.
     void RemovePlot(int plot);
 
-    // Command bodies by group, each true when it handled the id.
-    bool SCPISystemCommand(Scpi* scpi, int id);
-    bool SCPIStimulusCommand(Scpi* scpi, int id);
-    bool SCPIDisplayCommand(Scpi* scpi, int id);
-    bool SCPIMeasurementCommand(Scpi* scpi, int id);
-    // Channel from the command's first suffix; false (error queued) when invalid.
-    bool SCPIChannel(Scpi* scpi, int& channel);
-    // Trace from the channel and the measure suffix; false (error queued) when invalid.
-    bool SCPITrace(Scpi* scpi, int channel, int& trace);
+    // Runs what the current client has sent, unless a command is already on the stack (a nested
+    // event loop): its input then waits in the socket until the running command returns.
+    void SCPIServe();
+    // Drops a client's state; its objects are deleted once no command can be on the stack.
+    void SCPIRetire(ScpiConnection* connection);
+    void SCPIReap();
+    void SCPIAnswerPendingOpc();
     void SCPIShowLockout();
     QImage ScreenImage();
 
     VNAModel model;
     QVector<VNAPlot*> plots;
     QTcpServer* scpiServer = nullptr;
-    QTcpSocket* scpiSocket = nullptr;
-    Scpi scpi;
+    // The client being served, or null. Clients that left while one of their commands ran wait
+    // in scpiRetired until no command is on the stack.
+    ScpiConnection* scpiConnection = nullptr;
+    QVector<ScpiConnection*> scpiRetired;
+    // Remote commands on the stack: nonzero while a body runs, even inside a nested event loop.
+    int scpiDepth = 0;
+    // The port taken when the preference asks for any free port (0), kept for the session.
+    quint16 scpiBoundPort = 0;
+    // Polls while a client waits on *OPC?, for ends of sweeps that no signal reports.
+    QTimer* scpiOpcTimer = nullptr;
     ScpiLogDialog* scpiLogDialog = nullptr;
     SCPIRemoteDialog* remoteDialog = nullptr;
     ChannelWidget* plotArea = nullptr;

@@ -450,29 +450,67 @@ void MainWindow::importSNP()
     }
 }
 
+bool MainWindow::ExportSNPFile(int channel, const QString& path, int port, QString& error)
+{
+    if (!model.IsValidChannelIndex(channel))
+    {
+        return false;
+    }
+    const VNAChannel& c = *model.channels[channel];
+    SParameters data;
+    {
+        QMutexLocker lock(&model.traceLock);
+        data = c.processed;
+    }
+    return StoreSNPFile(path, c.stimulus, data, IsS1PFile(path), port, error);
+}
+
 void MainWindow::exportSNP()
 {
-    const VNAChannel* c = model.ActiveChannel();
-    if (!c)
-    {
-        return;
-    }
     const QString path = GetFileNameSave(this, QStringLiteral("DefaultSNPSaveDirectory"),
                                          tr("SnP File (*.s1p *.s2p)"), tr("Export SnP File"));
     if (path.isEmpty())
     {
         return;
     }
-    SParameters data;
-    {
-        QMutexLocker lock(&model.traceLock);
-        data = c->processed;
-    }
     QString error;
-    if (!StoreSNPFile(path, c->stimulus, data, IsS1PFile(path), 0, error))
+    if (!ExportSNPFile(model.activeChannelIndex, path, 0, error))
     {
         ShowMessageBoxWarning(this, tr("Error"), error);
     }
+}
+
+bool MainWindow::DefineMeasurement(int channel, int place)
+{
+    if (place < 0 || place >= TraceChannelMapper::kPlaces)
+    {
+        return false;
+    }
+    {
+        QMutexLocker lock(&model.traceLock);
+        if (model.mapper.IsDefined(channel, place))
+        {
+            return false;
+        }
+        int index = -1;
+        VNATrace* t = model.InternalCreateTrace(index);
+        t->SetChannel(channel);
+        model.mapper.SetPos(channel, place, index);
+    }
+    UpdateAll(channel);
+    return true;
+}
+
+void MainWindow::channelEnabledChanged(int channel, bool enabled)
+{
+    if (!model.IsValidChannelIndex(channel) || model.channels[channel]->enabled == enabled)
+    {
+        return;
+    }
+    MeasStop();
+    model.channels[channel]->enabled = enabled;
+    MeasStart();
+    UpdateControlPanels();
 }
 
 void MainWindow::traceDeleteAll()

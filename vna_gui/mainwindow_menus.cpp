@@ -53,7 +53,7 @@ void MainWindow::BuildToolbar()
             &MainWindow::addPlotPressed);
     bar->addSeparator();
     connect(add(QT_TR_NOOP("Auto Scale"), "auto_scale"), &QAction::triggered, this,
-            &MainWindow::traceAutoScale);
+            QOverload<>::of(&MainWindow::traceAutoScale));
     connect(add(QT_TR_NOOP("Auto Scale All"), "auto_scale_all"), &QAction::triggered, this,
             &MainWindow::traceAutoScaleAll);
     bar->addSeparator();

@@ -1,19 +1,22 @@
-// MainWindow: the remote-control server, the lockout, and the command bodies. Bodies call the
-// same operations as the panels, so a remote change is a change by hand.
+// MainWindow: the remote-control server, its clients, the lockout, and the dispatch of a command
+// to its body. The bodies live in mainwindow_scpi_<family>.cpp.
+//
+// A client's state (line buffer, replies, waiting *OPC? queries) lives in its ScpiConnection and
+// goes with it. Nothing here waits: *OPC? is answered when the sweeps end, so no event loop is
+// nested for it. A command that does run a nested loop (connecting a device, a message box)
+// keeps every input waiting in its socket until it returns, and a client that leaves meanwhile
+// is only retired: its socket and interpreter are deleted once no command is on the stack.
 #include <QCoreApplication>
 #include <QDebug>
 #include <QHostAddress>
-#include <QMutexLocker>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include "error_log.h"
 #include "mainwindow.h"
-#include "multi_plot_splitter_area.h"
+#include "mainwindow_scpi.h"
 #include "scpi_log.h"
-#include "scpi_parameters.h"
-#include "touchstone.h"
-#include "vna_plot.h"
 
 namespace
 {
@@ -21,10 +24,13 @@ QString Tr(const char* text)
 {
     return QCoreApplication::translate("Scpi", text);
 }
+
+// How often a waiting *OPC? looks at the channels when no signal has told it of a change.
+constexpr int kOpcPollMs = 50;
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
-// Server
+// Server and clients
 
 void MainWindow::SCPIStartup()
 {
@@ -34,24 +40,40 @@ void MainWindow::SCPIStartup()
     }
     SCPIShutdown();
     // The loopback address itself: a host name given as text would bind every interface.
-    scpiServer->listen(QHostAddress::LocalHost, quint16(Preferences::Get().scpiPort));
+    const quint16 configured = quint16(Preferences::Get().scpiPort);
+    const quint16 port = configured != 0 ? configured : scpiBoundPort;
+    bool listening = scpiServer->listen(QHostAddress::LocalHost, port);
+    if (!listening && configured == 0 && port != 0)
+    {
+        listening = scpiServer->listen(QHostAddress::LocalHost, 0);
+    }
+    if (!listening)
+    {
+        qWarning() << "Remote control cannot listen on port" << port << ":"
+                   << scpiServer->errorString();
+        return;
+    }
+    if (scpiBoundPort != scpiServer->serverPort())
+    {
+        // Once per port: scripts that ask for any free port (0) read it here.
+        qInfo("Remote control on 127.0.0.1:%d", int(scpiServer->serverPort()));
+    }
+    scpiBoundPort = scpiServer->serverPort();
 }
 
 void MainWindow::SCPIShutdown()
 {
-    if (scpiSocket)
+    if (scpiConnection)
     {
-        disconnect(scpiSocket, &QTcpSocket::disconnected, this, &MainWindow::handleSCPIDisconnect);
-        disconnect(scpiSocket, &QTcpSocket::readyRead, this, &MainWindow::readSCPISocket);
-        scpiSocket->close();
-        scpi.SetSocket(nullptr);
+        SCPIRetire(scpiConnection);
+        scpiConnection = nullptr;
     }
     scpiServer->close();
 }
 
 void MainWindow::SCPIUpdatePort()
 {
-    if (!scpiSocket || scpiSocket->state() != QAbstractSocket::ConnectedState)
+    if (!scpiConnection)
     {
         SCPIStartup();
     }
@@ -60,6 +82,11 @@ void MainWindow::SCPIUpdatePort()
 quint16 MainWindow::SCPIServerPort() const
 {
     return scpiServer->isListening() ? scpiServer->serverPort() : 0;
+}
+
+QHostAddress MainWindow::SCPIServerAddress() const
+{
+    return scpiServer->serverAddress();
 }
 
 void MainWindow::showSCPILog()
@@ -72,46 +99,151 @@ void MainWindow::showSCPILog()
 void MainWindow::handleSCPIConnection()
 {
     qDebug() << "Socket connection";
-    if (scpiSocket)
+    while (QTcpSocket* socket = scpiServer->nextPendingConnection())
     {
-        scpiSocket->deleteLater();
+        if (scpiConnection)
+        {
+            // One client at a time; a second that slipped in before the server closed is refused.
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        scpiConnection = new ScpiConnection(socket);
+        scpiConnection->scpi.SetSocket(socket);
+        scpiConnection->scpi.SetLog(scpiLogDialog);
+        scpiConnection->scpi.SetCallbackFunction([this](Scpi* cmd) { SCPIHandleCommand(cmd); });
+        connect(socket, &QTcpSocket::disconnected, this, &MainWindow::handleSCPIDisconnect);
+        connect(socket, &QTcpSocket::readyRead, this, &MainWindow::readSCPISocket);
     }
-    scpiSocket = scpiServer->nextPendingConnection();
-    if (!scpiSocket)
-    {
-        return;
-    }
-    scpi.SetSocket(scpiSocket);
-    scpi.SetLog(scpiLogDialog);
-    // One client at a time: nobody else can connect until this one leaves.
+    // Nobody else can connect until this client leaves.
     scpiServer->close();
-    connect(scpiSocket, &QTcpSocket::disconnected, this, &MainWindow::handleSCPIDisconnect);
-    connect(scpiSocket, &QTcpSocket::readyRead, this, &MainWindow::readSCPISocket);
+    // Bytes may have come with the connection, before readyRead was connected.
+    QMetaObject::invokeMethod(this, &MainWindow::readSCPISocket, Qt::QueuedConnection);
 }
 
 void MainWindow::handleSCPIDisconnect()
 {
     qDebug() << "Socket disconnect";
+    // Listening again retires the client first.
     SCPIStartup();
+    if (!Preferences::Get().scpiEnabled && scpiConnection)
+    {
+        SCPIRetire(scpiConnection);
+        scpiConnection = nullptr;
+    }
+}
+
+void MainWindow::SCPIRetire(ScpiConnection* connection)
+{
+    disconnect(connection->socket, nullptr, this, nullptr);
+    connection->closed = true;
+    connection->pendingOpc = 0;
+    connection->scpi.SetSocket(nullptr);
+    connection->scpi.Discard();
+    connection->socket->abort();
+    scpiRetired.append(connection);
+    SCPIReap();
+}
+
+void MainWindow::SCPIReap()
+{
+    if (scpiDepth > 0)
+    {
+        return;
+    }
+    for (ScpiConnection* c : std::as_const(scpiRetired))
+    {
+        // Later, not now: this may run inside a signal the socket is still emitting.
+        c->socket->deleteLater();
+        delete c;
+    }
+    scpiRetired.clear();
 }
 
 void MainWindow::readSCPISocket()
 {
     qDebug() << "Read from SCPI socket";
-    QTcpSocket* socket = scpiSocket;
-    if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+    SCPIServe();
+}
+
+void MainWindow::SCPIServe()
+{
+    if (scpiDepth > 0 || !scpiConnection)
     {
-        SCPIStartup();
         return;
     }
-    while (socket == scpiSocket && socket->bytesAvailable() > 0)
+    ScpiConnection* c = scpiConnection;
+    if (c->socket->state() != QAbstractSocket::ConnectedState)
     {
-        const QByteArray data = socket->readAll();
+        return;
+    }
+    ++scpiDepth;
+    while (!c->closed && c->socket->bytesAvailable() > 0)
+    {
+        const QByteArray data = c->socket->readAll();
         // Text up to the first NUL of a read; what follows it is dropped.
         const int nul = data.indexOf('\0');
-        scpi.SubmitInput(QString::fromLatin1(data.constData(), nul < 0 ? data.size() : nul));
+        c->scpi.SubmitInput(QString::fromLatin1(data.constData(), nul < 0 ? data.size() : nul));
+    }
+    --scpiDepth;
+    SCPIReap();
+    SCPIAnswerPendingOpc();
+    // A client that connected while a command ran has input waiting that no signal will report.
+    if (scpiConnection && scpiConnection != c && scpiConnection->socket->bytesAvailable() > 0)
+    {
+        QMetaObject::invokeMethod(this, &MainWindow::readSCPISocket, Qt::QueuedConnection);
     }
 }
+
+// ---------------------------------------------------------------------------------------------
+// *OPC?
+
+bool MainWindow::SCPIOperationPending() const
+{
+    // With the loop stopped (no device, or a calibration holds the instrument) no sweep can end:
+    // nothing is in progress to wait for.
+    return model.MeasRunning() && model.SingleSweepPending();
+}
+
+void MainWindow::WaitForOPC(Scpi* cmd)
+{
+    if (!SCPIOperationPending())
+    {
+        cmd->SubmitReply(QStringLiteral("1"));
+        return;
+    }
+    if (!scpiConnection || &scpiConnection->scpi != cmd)
+    {
+        return;  // a client that has left: nobody to answer
+    }
+    ++scpiConnection->pendingOpc;
+    scpiOpcTimer->start(kOpcPollMs);
+}
+
+void MainWindow::SCPIAnswerPendingOpc()
+{
+    if (scpiDepth > 0)
+    {
+        return;  // answered once the running command returns, after its own reply
+    }
+    if (!scpiConnection || scpiConnection->pendingOpc == 0)
+    {
+        scpiOpcTimer->stop();
+        return;
+    }
+    if (SCPIOperationPending())
+    {
+        return;
+    }
+    for (; scpiConnection->pendingOpc > 0; --scpiConnection->pendingOpc)
+    {
+        scpiConnection->scpi.SendLine(QByteArrayLiteral("1"));
+    }
+    scpiOpcTimer->stop();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Lockout and dispatch
 
 void MainWindow::SCPIShowLockout()
 {
@@ -124,13 +256,35 @@ void MainWindow::SCPIShowLockout()
     remoteDialog->move(centre - QPoint(remoteDialog->width() / 2, remoteDialog->height() / 2));
 }
 
+void MainWindow::SCPIReturnToLocal()
+{
+    remoteDialog->done(0);
+}
+
+void MainWindow::SCPIHandleCommand(Scpi* cmd)
+{
+    const int id = cmd->GetCommandId();
+    qDebug() << "SCPI CMD ID received " << id;
+    SCPIShowLockout();
+    if (const ScpiBody body = scpiBody(id))
+    {
+        ScpiContext context(*this, *cmd);
+        body(context);
+        return;
+    }
+    // Matched by the language, but its feature has not been built yet.
+    SysErr::AddSystemError(Unsupported, cmd->GetCommandHeader());
+}
+
 // ---------------------------------------------------------------------------------------------
 // Suffix rules shared by all bodies
 
-bool MainWindow::SCPIChannel(Scpi* cmd, int& channel)
+ScpiContext::ScpiContext(MainWindow& w, Scpi& c) : window(w), model(w.Model()), cmd(c) {}
+
+bool ScpiContext::Channel(int& channel)
 {
     int suffix = -1;
-    if (!cmd->GetNextCommandSuffix(suffix, -1))
+    if (!cmd.GetNextCommandSuffix(suffix, -1))
     {
         SysErr::AddSystemError(InvalidSuffix, Tr(scpiStrSuffixMissing));
         return false;
@@ -144,10 +298,10 @@ bool MainWindow::SCPIChannel(Scpi* cmd, int& channel)
     return true;
 }
 
-bool MainWindow::SCPITrace(Scpi* cmd, int channel, int& trace)
+bool ScpiContext::Trace(int channel, int& trace, const char* unknownText)
 {
     int suffix = -1;
-    cmd->GetNextCommandSuffix(suffix, -1);
+    cmd.GetNextCommandSuffix(suffix, -1);
     if (suffix == -1)
     {
         SysErr::AddSystemError(InvalidIndex, Tr("Missing measure suffix"));
@@ -157,977 +311,108 @@ bool MainWindow::SCPITrace(Scpi* cmd, int channel, int& trace)
     trace = model.mapper.GetPos(channel, suffix - 1);
     if (!model.IsValidTraceIndex(trace) || !model.traces[trace])
     {
-        SysErr::AddSystemError(InvalidIndex, Tr(scpiStrInvalidMeasNumber));
+        SysErr::AddSystemError(InvalidIndex, Tr(unknownText));
+        return false;
+    }
+    return true;
+}
+
+bool ScpiContext::ChannelTrace(int& channel, int& trace, const char* unknownText)
+{
+    return Channel(channel) && Trace(channel, trace, unknownText);
+}
+
+bool ScpiContext::Marker(int& marker)
+{
+    int suffix = -1;
+    cmd.GetNextCommandSuffix(suffix, -1);
+    marker = (suffix == -1 ? 1 : suffix) - 1;
+    if (marker < 0 || marker > 15)
+    {
+        SysErr::AddSystemError(InvalidIndex, Tr("Invalid marker suffix"));
+        return false;
+    }
+    return true;
+}
+
+bool ScpiContext::Window(int& plot)
+{
+    int suffix = -1;
+    cmd.GetNextCommandSuffix(suffix, -1);
+    if (suffix == -1)
+    {
+        SysErr::AddSystemError(InvalidIndex, Tr("Missing window suffix"));
+        return false;
+    }
+    plot = suffix - 1;
+    if (plot < 0 || plot >= VNAModel::kPlotCount)
+    {
+        SysErr::AddSystemError(InvalidIndex, Tr("Invalid window suffix"));
         return false;
     }
     return true;
 }
 
 // ---------------------------------------------------------------------------------------------
-// Dispatch
+// The body registry
 
-void MainWindow::SCPIHandleCommand(Scpi* cmd)
+namespace
 {
-    const int id = cmd->GetCommandId();
-    qDebug() << "SCPI CMD ID received " << id;
-    SCPIShowLockout();
-    if (SCPISystemCommand(cmd, id) || SCPIStimulusCommand(cmd, id) || SCPIDisplayCommand(cmd, id) ||
-        SCPIMeasurementCommand(cmd, id))
-    {
-        return;
-    }
-    // Matched by the language, but its feature has not been built yet.
-    SysErr::AddSystemError(Unsupported, cmd->GetCommandHeader());
+const std::vector<const ScpiFamily*>& Families()
+{
+    static const std::vector<const ScpiFamily*> families = {
+        &scpiSystemFamily(),      &scpiStimulusFamily(),   &scpiDisplayFamily(),
+        &scpiMeasurementFamily(), &scpiMarkerFamily(),     &scpiLimitFamily(),
+        &scpiTimeDomainFamily(),  &scpiCorrectionFamily(), &scpiFixtureFamily(),
+        &scpiPresetFamily()};
+    return families;
 }
 
-bool MainWindow::SCPISystemCommand(Scpi* cmd, int id)
+const ScpiFamily* FamilyOf(int id)
 {
-    switch (id)
+    for (const ScpiFamily* f : Families())
     {
-        case 1:  // *IDN?
-            if (model.device.Connected())
-            {
-                cmd->SubmitReply(QStringLiteral("Kestrix,%1,%2,%3")
-                                     .arg(model.device.GetDeviceName())
-                                     .arg(model.device.GetSerialNumber())
-                                     .arg(model.device.GetFirmwareVersion()));
-            }
-            else
-            {
-                cmd->SubmitReply(QStringLiteral("Kestrix,,,"));
-            }
-            return true;
-        case 2:  // *OPC?
-            WaitForOPC();
-            cmd->SubmitReply(QStringLiteral("1"));
-            return true;
-        case 3:  // *RST
-            Preset(false);
-            return true;
-        case 4:
-            cmd->SubmitReply(SysErr::GetErrorCount());
-            return true;
-        case 5:
-            cmd->SubmitReply(SysErr::GetNextErrorAsString());
-            return true;
-        case 6:
-            SysErr::ClearErrors();
-            return true;
-        case 7:  // :SYSTem:COMMunicate:GTLocal
-            remoteDialog->done(0);
-            return true;
-        case 8:  // :SYSTem:IMAGe:SAVe
+        for (const auto& range : f->ids)
         {
-            QString file;
-            if (cmd->GetNextParameterFileName(file))
+            if (id >= range.first && id <= range.second)
             {
-                saveAsImage(file);
+                return f;
             }
-            return true;
         }
-        case 9:
-            printScreen(false);
-            return true;
-        case 10:
-            close();
-            return true;
-        case 11:
-            cmd->SubmitReply(QStringLiteral("1.0.14"));
-            return true;
-        case 12:
-            cmd->SubmitReply(model.device.Connected());
-            return true;
-        case 13:
-            cmd->SubmitReply(model.device.Connected() ? 0
-                                                      : int(model.device.GetDeviceList().size()));
-            return true;
-        case 14:
-            if (model.device.Connected())
-            {
-                SysErr::AddSystemError(InvalidOperation, Tr("Device already open"));
-                return true;
-            }
-            for (int serial : model.device.GetDeviceList())
-            {
-                cmd->SubmitReply(QString::number(serial));
-            }
-            return true;
-        case 15:
-            cmd->SubmitReply(QString::number(model.device.GetSerialNumber()));
-            return true;
-        case 16:  // :SYSTem:DEVice:CONnect? serial
+    }
+    return nullptr;
+}
+}  // namespace
+
+ScpiBody scpiBody(int id)
+{
+    // Indexed by id once: dispatch is on the path of every command.
+    static const std::vector<ScpiBody> byId = []
+    {
+        std::vector<ScpiBody> table;
+        for (const ScpiFamily* f : Families())
         {
-            int serial = 0;
-            if (!cmd->GetNextParameterInt(serial))
+            for (const ScpiBodyRow& row : f->bodies)
             {
-                return true;
-            }
-            if (model.device.Connected())
-            {
-                cmd->SubmitReply(QStringLiteral("0"));
-                SysErr::AddSystemError(InvalidOperation, Tr("Device already connected"));
-                return true;
-            }
-            const std::vector<int> list = model.device.GetDeviceList();
-            if (std::find(list.begin(), list.end(), serial) == list.end())
-            {
-                cmd->SubmitReply(QStringLiteral("0"));
-                SysErr::AddSystemError(InvalidOperation, Tr("Device not found"));
-                return true;
-            }
-            ConnectDevice(serial);
-            cmd->SubmitReply(model.device.Connected());
-            return true;
-        }
-        case 17:
-            DisconnectDevice();
-            cmd->SubmitReply(1);
-            return true;
-        case 18:
-        {
-            bool use = false;
-            if (cmd->GetNextParameterBool(use))
-            {
-                Preferences::Get().useFactoryCal = use;
-            }
-            return true;
-        }
-        case 19:
-            cmd->SubmitReply(Preferences::Get().useFactoryCal);
-            return true;
-        case 22:  // :INITiate#:CONTinuous (no parameter is read: any form starts it)
-        case 24:  // :INITiate#:IMMediate
-        {
-            int channel = 0;
-            if (SCPIChannel(cmd, channel))
-            {
-                triggerSweepModeChanged(channel,
-                                        id == 22 ? VNASweepMode::Continuous : VNASweepMode::Single);
-            }
-            return true;
-        }
-        case 23:
-        {
-            int channel = 0;
-            if (SCPIChannel(cmd, channel))
-            {
-                cmd->SubmitReply(model.channels[channel]->sweepMode.GetMode() ==
-                                 VNASweepMode::Continuous);
-            }
-            return true;
-        }
-        case 25:
-            for (const VNAChannel* c : model.channels)
-            {
-                if (c->enabled)
+                if (row.id >= int(table.size()))
                 {
-                    cmd->SubmitReply(c->index + 1);
+                    table.resize(size_t(row.id) + 1, nullptr);
                 }
+                table[size_t(row.id)] = row.body;
             }
-            return true;
-        case 26:
-        {
-            int channel = 0;
-            bool on = false;
-            if (!SCPIChannel(cmd, channel) || !cmd->GetNextParameterBool(on))
-            {
-                return true;
-            }
-            if (model.channels[channel]->enabled != on)
-            {
-                MeasStop();
-                model.channels[channel]->enabled = on;
-                MeasStart();
-                UpdateControlPanels();
-            }
-            return true;
         }
-        case 27:
-        {
-            int channel = 0;
-            if (SCPIChannel(cmd, channel))
-            {
-                cmd->SubmitReply(model.channels[channel]->enabled);
-            }
-            return true;
-        }
-        case 28:  // :SENSe#:EXPort:SNP
-        {
-            int channel = 0;
-            QString file;
-            if (!SCPIChannel(cmd, channel) || !cmd->GetNextParameterFileName(file))
-            {
-                return true;
-            }
-            const bool s1p = IsS1PFile(file);
-            int port = 1;
-            if (s1p && !cmd->GetNextParameterInt(port))
-            {
-                return true;
-            }
-            port = std::min(std::max(port, 1), 2);
-            SParameters data;
-            {
-                QMutexLocker lock(&model.traceLock);
-                data = model.channels[channel]->processed;
-            }
-            QString error;
-            if (!StoreSNPFile(file, model.channels[channel]->stimulus, data, s1p, port - 1, error))
-            {
-                SysErr::AddSystemError(UnableToSaveFile, error);
-            }
-            return true;
-        }
-        default:
-            return false;
-    }
+        return table;
+    }();
+    return id >= 0 && id < int(byId.size()) ? byId[size_t(id)] : nullptr;
 }
 
-bool MainWindow::SCPIStimulusCommand(Scpi* cmd, int id)
+QString scpiBodyStatus(int id)
 {
-    if (id < 235 || id > 276)
+    if (scpiBody(id))
     {
-        return false;
+        return QStringLiteral("built");
     }
-    // Commands without a channel suffix.
-    switch (id)
-    {
-        case 235:
-        {
-            bool on = false;
-            if (cmd->GetNextParameterBool(on))
-            {
-                stimRFOutChanged(on);
-            }
-            return true;
-        }
-        case 236:
-            cmd->SubmitReply(model.rfEnabled);
-            return true;
-        case 261:
-        {
-            VNAReference r = VNAReferenceInternal;
-            if (scpiParameterToReference(cmd, r))
-            {
-                setReference(r);
-            }
-            return true;
-        }
-        case 262:
-            cmd->SubmitReply(referenceToText(model.reference));
-            return true;
-        case 263:
-        {
-            double z0 = 0.0;
-            if (cmd->GetNextParameterDouble(z0))
-            {
-                systemZ0Changed(z0);
-            }
-            return true;
-        }
-        case 264:
-            cmd->SubmitReply(gSystemZ0);
-            return true;
-        case 275:
-        {
-            bool all = false;
-            if (scpiParameterToTriggerScope(cmd, all))
-            {
-                triggerScopeChanged(all);
-                UpdateControlPanels();
-                if (const VNAChannel* c = model.ActiveChannel())
-                {
-                    // The active channel's mode spreads to the new scope.
-                    triggerSweepModeChanged(int(c->sweepMode.GetMode()));
-                }
-            }
-            return true;
-        }
-        case 276:
-            cmd->SubmitReply(triggerScopeToText(model.triggerScopeAllChannels));
-            return true;
-        default:
-            break;
-    }
-
-    int ch = 0;
-    if (!SCPIChannel(cmd, ch))
-    {
-        return true;
-    }
-    const VNAStimulus& s = model.channels[ch]->stimulus;
-    double value = 0.0;
-    int count = 0;
-    bool flag = false;
-    switch (id)
-    {
-        case 237:
-            if (cmd->GetNextParameterInt(count))
-            {
-                stimAvgCountChanged(ch, count);
-            }
-            break;
-        case 238:
-            cmd->SubmitReply(int(s.avgCount));
-            break;
-        case 239:
-            if (cmd->GetNextParameterBool(flag))
-            {
-                stimAvgEnabledChanged(ch, flag);
-            }
-            break;
-        case 240:
-            cmd->SubmitReply(s.avgEnabled);
-            break;
-        case 241:
-        case 243:
-            if (cmd->GetNextParameterFreq(value))
-            {
-                stimIFBWChanged(ch, value);
-            }
-            break;
-        case 242:
-        case 244:
-            cmd->SubmitReply(s.ifbw);
-            break;
-        case 245:
-            if (cmd->GetNextParameterFreq(value))
-            {
-                stimCenterFreqChanged(ch, Frequency(value));
-            }
-            break;
-        case 246:
-            cmd->SubmitReply(s.center);
-            break;
-        case 247:
-            if (cmd->GetNextParameterFreq(value))
-            {
-                stimSpanChanged(ch, Frequency(value));
-            }
-            break;
-        case 248:
-            cmd->SubmitReply(s.span);
-            break;
-        case 249:
-            if (cmd->GetNextParameterFreq(value))
-            {
-                stimStartFreqChanged(ch, Frequency(value));
-            }
-            break;
-        case 250:
-            cmd->SubmitReply(s.start);
-            break;
-        case 251:
-            if (cmd->GetNextParameterFreq(value))
-            {
-                stimStopFreqChanged(ch, Frequency(value));
-            }
-            break;
-        case 252:
-            cmd->SubmitReply(s.stop);
-            break;
-        case 253:
-            if (cmd->GetNextParameterFreq(value))
-            {
-                stimStepChanged(ch, Frequency(value));
-            }
-            break;
-        case 254:
-            cmd->SubmitReply(s.StepSize());
-            break;
-        case 255:
-            if (cmd->GetNextParameterInt(count))
-            {
-                stimPointsChanged(ch, count);
-            }
-            break;
-        case 256:
-            cmd->SubmitReply(int(s.points));
-            break;
-        case 257:
-        {
-            VNASweepMode::Mode mode = VNASweepMode::Continuous;
-            if (scpiParameterToSweepMode(cmd, mode))
-            {
-                triggerSweepModeChanged(ch, int(mode));
-            }
-            break;
-        }
-        case 258:
-            cmd->SubmitReply(sweepModeToText(model.channels[ch]->sweepMode.GetMode()));
-            break;
-        case 259:
-        {
-            VNASweepType type = SweepLinear;
-            if (scpiParameterToSweepType(cmd, type))
-            {
-                EditStimulus(ch, [&](VNAStimulus& st) { st.type = type; });
-            }
-            break;
-        }
-        case 260:
-            cmd->SubmitReply(sweepTypeToText(s.type));
-            break;
-        case 265:
-            if (cmd->GetNextParameterDouble(value))
-            {
-                MeasStop();
-                model.channels[ch]->velocityFactor = value;
-                MeasStart();
-                UpdateAll(ch);
-            }
-            break;
-        case 266:
-            cmd->SubmitReply(model.channels[ch]->velocityFactor);
-            break;
-        case 267:
-        {
-            VNAPowerConfig config = VNAPowerHigh;
-            if (scpiParameterToPowerConfig(cmd, config))
-            {
-                stimPowerConfigChanged(ch, int(config));
-            }
-            break;
-        }
-        case 268:
-            cmd->SubmitReply(powerConfigToText(s.powerConfig));
-            break;
-        case 269:
-            if (cmd->GetNextParameterDouble(value))
-            {
-                stimManualAttenChanged(ch, value);
-            }
-            break;
-        case 270:
-            cmd->SubmitReply(s.manualAtten);
-            break;
-        case 271:
-            if (cmd->GetNextParameterDouble(value))
-            {
-                stimManualPowerChanged(ch, value);
-            }
-            break;
-        case 272:
-            cmd->SubmitReply(s.manualPower);
-            break;
-        case 273:
-            stimRestartAvg(ch);
-            break;
-        case 274:
-            stimSpanChanged(ch, Frequency(39960000000.0));
-            break;
-        default:
-            return false;
-    }
-    return true;
-}
-
-bool MainWindow::SCPIDisplayCommand(Scpi* cmd, int id)
-{
-    switch (id)
-    {
-        case 226:
-        {
-            bool hide = false;
-            if (cmd->GetNextParameterBool(hide))
-            {
-                Hidden::Set(hide);
-                setHidden(hide);
-            }
-            return true;
-        }
-        case 227:
-            cmd->SubmitReply(isHidden());
-            return true;
-        case 228:
-            setWindowState(Qt::WindowMinimized);
-            return true;
-        case 229:
-            setWindowState(Qt::WindowMaximized);
-            return true;
-        case 230:
-        {
-            QStringList numbers;
-            for (int p = 0; p < plots.size(); ++p)
-            {
-                if (plots[p])
-                {
-                    numbers.append(QString::number(p + 1));
-                }
-            }
-            cmd->SubmitReply(plots.isEmpty() ? QStringLiteral("-1")
-                                             : numbers.join(QLatin1Char(',')));
-            return true;
-        }
-        case 231:
-        case 232:
-        case 233:
-        case 234:
-            break;
-        default:
-            return false;
-    }
-    int suffix = -1;
-    cmd->GetNextCommandSuffix(suffix, -1);
-    if (suffix == -1)
-    {
-        SysErr::AddSystemError(InvalidIndex, Tr("Missing window suffix"));
-        return true;
-    }
-    const int plot = suffix - 1;
-    if (plot < 0 || plot >= VNAModel::kPlotCount)
-    {
-        SysErr::AddSystemError(InvalidIndex, Tr("Invalid window suffix"));
-        return true;
-    }
-    switch (id)
-    {
-        case 231:
-        {
-            bool on = false;
-            if (!cmd->GetNextParameterBool(on))
-            {
-                return true;
-            }
-            if (on && !plots[plot])
-            {
-                addPlot(plot);
-            }
-            else if (!on && plots[plot])
-            {
-                plotClosing(plot);
-            }
-            return true;
-        }
-        case 232:
-            cmd->SubmitReply(plots[plot] != nullptr);
-            return true;
-        case 233:
-        {
-            QString title;
-            if (cmd->GetNextParameterStringNoError(title) && plots[plot])
-            {
-                plots[plot]->SetTitle(title);
-            }
-            return true;
-        }
-        case 234:
-            if (plots[plot])
-            {
-                cmd->SubmitReply(plots[plot]->GetTitle());
-            }
-            return true;
-        default:
-            return false;
-    }
-}
-
-bool MainWindow::SCPIMeasurementCommand(Scpi* cmd, int id)
-{
-    // Measurements, their data, scale, math, offsets, smoothing and statistics.
-    if (id < 79 || id > 136)
-    {
-        return false;
-    }
-    int ch = 0;
-    if (!SCPIChannel(cmd, ch))
-    {
-        return true;
-    }
-    if (id == 79)  // :CALCulate#:MEASure:CATalog?
-    {
-        QVector<int> places;
-        {
-            QMutexLocker lock(&model.traceLock);
-            places = model.mapper.GetSCPITracesOnChannel(ch);
-        }
-        if (places.isEmpty())
-        {
-            cmd->SubmitReply(QStringLiteral("EMPTY"));
-        }
-        for (int p : places)
-        {
-            cmd->SubmitReply(p + 1);
-        }
-        return true;
-    }
-    if (id == 87)  // :CALCulate#:MEASure#:DEFine
-    {
-        int suffix = -1;
-        cmd->GetNextCommandSuffix(suffix, -1);
-        if (suffix == -1)
-        {
-            SysErr::AddSystemError(InvalidIndex, Tr("Missing measure suffix"));
-            return true;
-        }
-        {
-            QMutexLocker lock(&model.traceLock);
-            if (model.mapper.IsDefined(ch, suffix - 1))
-            {
-                SysErr::AddSystemError(InvalidIndex, Tr("Measurement number already defined"));
-                return true;
-            }
-            int index = -1;
-            VNATrace* t = model.InternalCreateTrace(index);
-            t->SetChannel(ch);
-            model.mapper.SetPos(ch, suffix - 1, index);
-        }
-        UpdateAll(ch);
-        return true;
-    }
-    if (id == 89)  // :CALCulate#:MEASure#:DELete:ALL
-    {
-        traceDeleteAll();
-        return true;
-    }
-    int trace = -1;
-    if (!SCPITrace(cmd, ch, trace))
-    {
-        return true;
-    }
-    const VNAChannel& c = *model.channels[ch];
-    switch (id)
-    {
-        case 80:
-        {
-            double seconds = 0.0;
-            if (cmd->GetNextParameterTime(seconds))
-            {
-                traceElecDelayChanged(trace, seconds);
-            }
-            return true;
-        }
-        case 88:
-            traceDelete(trace);
-            return true;
-        case 90:
-        {
-            int plot = 0;
-            if (cmd->GetNextParameterInt(plot))
-            {
-                tracePlotChanged(trace, plot - 1);
-            }
-            return true;
-        }
-        case 92:
-        {
-            VNATraceMeas meas = S11;
-            if (scpiParameterToMeas(cmd, meas))
-            {
-                traceMeasChanged(trace, int(meas));
-            }
-            return true;
-        }
-        case 94:
-        {
-            VNATraceFormat format = LogMag;
-            if (scpiParameterToTraceFormat(cmd, format))
-            {
-                traceFormatChanged(trace, int(format));
-            }
-            return true;
-        }
-        case 96:
-            traceHoldRestart(trace);
-            return true;
-        case 97:
-        {
-            int hold = 0;
-            if (scpiParameterToTraceHoldType(cmd, hold))
-            {
-                traceHoldChanged(trace, hold);
-            }
-            return true;
-        }
-        case 99:
-        case 101:
-        case 103:
-        {
-            double value = 0.0;
-            if (!cmd->GetNextParameterDouble(value))
-            {
-                return true;
-            }
-            EditTrace(trace,
-                      [&](VNATrace& t)
-                      {
-                          if (id == 99)
-                          {
-                              *t.ref() = value;
-                          }
-                          else if (id == 101)
-                          {
-                              t.SetDiv(value);
-                          }
-                          else
-                          {
-                              *t.refPos() = std::min(std::max(value, 0.0), 10.0);
-                          }
-                      });
-            model.traceScaleCouplingHelper();
-            updatePlots();
-            return true;
-        }
-        case 105:
-        case 107:
-        {
-            VNATrace* t = nullptr;
-            {
-                QMutexLocker lock(&model.traceLock);
-                t = model.traces[trace];
-            }
-            id == 105 ? model.traceAutoScale(t) : model.traceDefaultScale(t);
-            model.traceScaleCouplingHelper();
-            UpdateControlPanels();
-            updatePlots();
-            return true;
-        }
-        case 106:
-            traceAutoScaleAll();
-            return true;
-        case 108:
-            traceDefaultScaleAll();
-            return true;
-        case 109:
-        {
-            int coupling = 0;
-            if (scpiParameterToTraceScaleCoupling(cmd, coupling))
-            {
-                traceScaleCouplingChanged(coupling);
-            }
-            return true;
-        }
-        case 110:
-            cmd->SubmitReply(traceScaleCouplingToText(VNATraceScaleCoupling(model.scaleCoupling)));
-            return true;
-        case 111:
-        {
-            VNATrace* t = nullptr;
-            {
-                QMutexLocker lock(&model.traceLock);
-                t = model.traces[trace];
-            }
-            model.traceStoreMem(t);
-            UpdateControlPanels();
-            updatePlots();
-            return true;
-        }
-        case 112:
-        {
-            int op = 0;
-            if (scpiParameterToTraceMathOp(cmd, op))
-            {
-                EditTrace(trace, [&](VNATrace& t) { t.mathOp = VNATraceMathOp(op); });
-            }
-            return true;
-        }
-        case 114:
-        case 116:
-        case 124:
-        case 128:
-        case 130:
-        {
-            bool on = false;
-            if (!cmd->GetNextParameterBool(on))
-            {
-                return true;
-            }
-            EditTrace(trace,
-                      [&](VNATrace& t)
-                      {
-                          switch (id)
-                          {
-                              case 114:
-                                  t.mathInterpolate = on;
-                                  break;
-                              case 116:
-                                  t.showMemTrace = on;
-                                  break;
-                              case 124:
-                                  t.SetSmoothing(on);
-                                  break;
-                              case 128:
-                                  t.statsEnabled = on;
-                                  break;
-                              default:
-                                  t.statsAutoRange = on;
-                                  break;
-                          }
-                      });
-            return true;
-        }
-        case 118:
-        case 120:
-        case 122:
-        case 126:
-        {
-            double value = 0.0;
-            if (!cmd->GetNextParameterDouble(value))
-            {
-                return true;
-            }
-            EditTrace(trace,
-                      [&](VNATrace& t)
-                      {
-                          double& field = id == 118   ? t.offsetMag
-                                          : id == 120 ? t.offsetMagSlope
-                                          : id == 122 ? t.offsetPhase
-                                                      : t.smoothPercent;
-                          field = value;
-                      });
-            return true;
-        }
-        case 132:
-        case 134:
-        {
-            double f = 0.0;
-            if (cmd->GetNextParameterFreq(f))
-            {
-                EditTrace(trace,
-                          [&](VNATrace& t) { (id == 132 ? t.statsStart : t.statsStop) = f; });
-            }
-            return true;
-        }
-        case 136:
-        {
-            QString word;
-            if (!cmd->GetNextParameterString(word, true))
-            {
-                return true;
-            }
-            QMutexLocker lock(&model.traceLock);
-            const VNATraceStats& st = model.traces[trace]->stats;
-            if (word == QLatin1String("min"))
-            {
-                cmd->SubmitReply(st.min);
-            }
-            else if (word == QLatin1String("max"))
-            {
-                cmd->SubmitReply(st.max);
-            }
-            else if (word == QLatin1String("mean"))
-            {
-                cmd->SubmitReply(st.mean);
-            }
-            else if (word == QLatin1String("stdev"))
-            {
-                cmd->SubmitReply(st.stdDev);
-            }
-            else
-            {
-                SysErr::AddSystemError(InvalidParameter, Tr("Expected statistic parameter"));
-            }
-            return true;
-        }
-        case 82:  // DATA:X? needs no trace data, but the trace must exist
-            cmd->SubmitReply(c.stimulus.GetFreqVector());
-            return true;
-        case 86:
-        {
-            QString word;
-            if (!cmd->GetNextParameterString(word, true))
-            {
-                return true;
-            }
-            bool found = false;
-            QMutexLocker lock(&c.measLock);
-            SParametersRaw& raw = const_cast<SParametersRaw&>(c.MeasAvg);
-            const CplxVector* rx = raw.GetReceiver(word, found);
-            if (!found)
-            {
-                SysErr::AddSystemError(InvalidParameter, Tr("Expected receiver parameter"));
-                cmd->SubmitReply(CplxVector());
-                return true;
-            }
-            cmd->SubmitReply(*rx);
-            return true;
-        }
-        default:
-            break;
-    }
-    // The rest read the trace under the trace lock.
-    QMutexLocker lock(&model.traceLock);
-    const VNATrace* t = model.traces[trace];
-    switch (id)
-    {
-        case 81:
-            cmd->SubmitReply(t->elecDelay);
-            break;
-        case 83:
-            if (IsSmithFormat(t->format))
-            {
-                cmd->SubmitReply(t->x, t->y);
-            }
-            else
-            {
-                cmd->SubmitReply(t->y);
-            }
-            break;
-        case 84:
-            cmd->SubmitReply(c.MeasCal.GetSParam(t->meas));
-            break;
-        case 85:
-        {
-            QMutexLocker measLock(&c.measLock);
-            cmd->SubmitReply(c.MeasAvg.GetSParam(t->meas));
-            break;
-        }
-        case 91:
-            cmd->SubmitReply(t->plot + 1);
-            break;
-        case 93:
-            cmd->SubmitReply(measToText(t->meas));
-            break;
-        case 95:
-            cmd->SubmitReply(traceFormatToText(t->format));
-            break;
-        case 98:
-            cmd->SubmitReply(traceHoldTypeToText(t->hold));
-            break;
-        case 100:
-            cmd->SubmitReply(*t->ref());
-            break;
-        case 102:
-            cmd->SubmitReply(*t->div());
-            break;
-        case 104:
-            cmd->SubmitReply(*t->refPos());
-            break;
-        case 113:
-            cmd->SubmitReply(traceMathOpToText(t->mathOp));
-            break;
-        case 115:
-            cmd->SubmitReply(t->mathInterpolate);
-            break;
-        case 117:
-            cmd->SubmitReply(t->showMemTrace);
-            break;
-        case 119:
-            cmd->SubmitReply(t->offsetMag);
-            break;
-        case 121:
-            cmd->SubmitReply(t->offsetMagSlope);
-            break;
-        case 123:
-            cmd->SubmitReply(t->offsetPhase);
-            break;
-        case 125:
-            cmd->SubmitReply(t->smoothEnabled);
-            break;
-        case 127:
-            cmd->SubmitReply(t->smoothPercent);
-            break;
-        case 129:
-            cmd->SubmitReply(t->statsEnabled);
-            break;
-        case 133:
-            cmd->SubmitReply(t->statsStart);
-            break;
-        case 135:
-            cmd->SubmitReply(t->statsStop);
-            break;
-        default:
-            return false;
-    }
-    return true;
+    const ScpiFamily* f = FamilyOf(id);
+    return QStringLiteral("not yet: ") +
+           (f ? QString::fromUtf8(f->waitsFor) : QStringLiteral("no family"));
 }

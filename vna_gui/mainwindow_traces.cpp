@@ -30,18 +30,18 @@ void MainWindow::EditActiveTrace(const std::function<void(VNATrace&)>& edit)
     EditTrace(model.selectedTraceIndex, edit);
 }
 
-void MainWindow::EditActiveScale(const std::function<void(VNATrace&)>& edit)
+void MainWindow::EditScale(int index, const std::function<void(VNATrace&)>& edit)
 {
     {
         QMutexLocker lock(&model.traceLock);
-        VNATrace* t = model.ActiveTrace();
+        VNATrace* t = model.traces.value(index, nullptr);
         if (!t)
         {
             return;
         }
         edit(*t);
     }
-    model.traceScaleCouplingHelper();
+    model.traceScaleCouplingHelper(index);
     UpdateControlPanels();
     updatePlots();
 }
@@ -229,24 +229,44 @@ void MainWindow::traceHoldRestart()
     traceHoldRestart(model.selectedTraceIndex);
 }
 
+void MainWindow::traceRefChanged(int trace, double value)
+{
+    EditScale(trace, [&](VNATrace& t) { *t.ref() = value; });
+}
+
 void MainWindow::traceRefChanged(double value)
 {
-    EditActiveScale([&](VNATrace& t) { *t.ref() = value; });
+    traceRefChanged(model.selectedTraceIndex, value);
+}
+
+void MainWindow::traceDivChanged(int trace, double value)
+{
+    EditScale(trace, [&](VNATrace& t) { t.SetDiv(value); });
 }
 
 void MainWindow::traceDivChanged(double value)
 {
-    EditActiveScale([&](VNATrace& t) { t.SetDiv(value); });
+    traceDivChanged(model.selectedTraceIndex, value);
+}
+
+void MainWindow::traceRefPosChanged(int trace, double value)
+{
+    EditScale(trace, [&](VNATrace& t) { *t.refPos() = std::min(std::max(value, 0.0), 10.0); });
 }
 
 void MainWindow::traceRefPosChanged(double value)
 {
-    EditActiveScale([&](VNATrace& t) { *t.refPos() = std::min(std::max(value, 0.0), 10.0); });
+    traceRefPosChanged(model.selectedTraceIndex, value);
+}
+
+void MainWindow::traceAutoScale(int trace)
+{
+    EditScale(trace, [](VNATrace& t) { t.AutoScale(); });
 }
 
 void MainWindow::traceAutoScale()
 {
-    EditActiveScale([](VNATrace& t) { t.AutoScale(); });
+    traceAutoScale(model.selectedTraceIndex);
 }
 
 void MainWindow::traceAutoScaleAll()
@@ -257,9 +277,14 @@ void MainWindow::traceAutoScaleAll()
     updatePlots();
 }
 
+void MainWindow::traceDefaultScale(int trace)
+{
+    EditScale(trace, [](VNATrace& t) { t.LoadDefaultScale(); });
+}
+
 void MainWindow::traceDefaultScale()
 {
-    EditActiveScale([](VNATrace& t) { t.LoadDefaultScale(); });
+    traceDefaultScale(model.selectedTraceIndex);
 }
 
 void MainWindow::traceDefaultScaleAll()
@@ -307,12 +332,12 @@ void MainWindow::traceExport()
     }
 }
 
-void MainWindow::traceStoreMem()
+void MainWindow::traceStoreMem(int trace)
 {
     VNATrace* t = nullptr;
     {
         QMutexLocker lock(&model.traceLock);
-        t = model.ActiveTrace();
+        t = model.traces.value(trace, nullptr);
     }
     if (t)
     {
@@ -322,53 +347,103 @@ void MainWindow::traceStoreMem()
     }
 }
 
-void MainWindow::traceMathOpChanged(int op)
+void MainWindow::traceStoreMem()
+{
+    traceStoreMem(model.selectedTraceIndex);
+}
+
+void MainWindow::traceMathOpChanged(int trace, int op)
 {
     if (op < MathOff || op > MathData)
     {
         return;
     }
-    EditActiveTrace([&](VNATrace& t) { t.mathOp = VNATraceMathOp(op); });
+    EditTrace(trace, [&](VNATrace& t) { t.mathOp = VNATraceMathOp(op); });
+}
+
+void MainWindow::traceMathOpChanged(int op)
+{
+    traceMathOpChanged(model.selectedTraceIndex, op);
+}
+
+void MainWindow::traceMathInterpolateChanged(int trace, bool enabled)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.mathInterpolate = enabled; });
 }
 
 void MainWindow::traceMathInterpolateChanged(bool enabled)
 {
-    EditActiveTrace([&](VNATrace& t) { t.mathInterpolate = enabled; });
+    traceMathInterpolateChanged(model.selectedTraceIndex, enabled);
+}
+
+void MainWindow::traceShowMemTraceChanged(int trace, bool show)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.showMemTrace = show; });
 }
 
 void MainWindow::traceShowMemTraceChanged(bool show)
 {
-    EditActiveTrace([&](VNATrace& t) { t.showMemTrace = show; });
+    traceShowMemTraceChanged(model.selectedTraceIndex, show);
+}
+
+void MainWindow::traceSmoothEnabledChanged(int trace, bool enabled)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.SetSmoothing(enabled); });
 }
 
 void MainWindow::traceSmoothEnabledChanged(bool enabled)
 {
-    EditActiveTrace([&](VNATrace& t) { t.SetSmoothing(enabled); });
+    traceSmoothEnabledChanged(model.selectedTraceIndex, enabled);
+}
+
+void MainWindow::traceSmoothAperatureChanged(int trace, double percent)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.smoothPercent = percent; });
 }
 
 void MainWindow::traceSmoothAperatureChanged(double percent)
 {
-    EditActiveTrace([&](VNATrace& t) { t.smoothPercent = percent; });
+    traceSmoothAperatureChanged(model.selectedTraceIndex, percent);
+}
+
+void MainWindow::traceStatsEnabledChanged(int trace, bool enabled)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.statsEnabled = enabled; });
 }
 
 void MainWindow::traceStatsEnabledChanged(bool enabled)
 {
-    EditActiveTrace([&](VNATrace& t) { t.statsEnabled = enabled; });
+    traceStatsEnabledChanged(model.selectedTraceIndex, enabled);
+}
+
+void MainWindow::traceStatsAutoRangeChanged(int trace, bool enabled)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.statsAutoRange = enabled; });
 }
 
 void MainWindow::traceStatsAutoRangeChanged(bool enabled)
 {
-    EditActiveTrace([&](VNATrace& t) { t.statsAutoRange = enabled; });
+    traceStatsAutoRangeChanged(model.selectedTraceIndex, enabled);
+}
+
+void MainWindow::traceStatsStartChanged(int trace, Frequency f)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.statsStart = f.Get(); });
 }
 
 void MainWindow::traceStatsStartChanged(Frequency f)
 {
-    EditActiveTrace([&](VNATrace& t) { t.statsStart = f.Get(); });
+    traceStatsStartChanged(model.selectedTraceIndex, f);
+}
+
+void MainWindow::traceStatsStopChanged(int trace, Frequency f)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.statsStop = f.Get(); });
 }
 
 void MainWindow::traceStatsStopChanged(Frequency f)
 {
-    EditActiveTrace([&](VNATrace& t) { t.statsStop = f.Get(); });
+    traceStatsStopChanged(model.selectedTraceIndex, f);
 }
 
 void MainWindow::traceElecDelayChanged(int trace, double seconds)
@@ -381,17 +456,44 @@ void MainWindow::traceElecDelayChanged(double seconds)
     traceElecDelayChanged(model.selectedTraceIndex, seconds);
 }
 
+void MainWindow::traceMagOffsetChanged(int trace, double db)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.offsetMag = db; });
+}
+
 void MainWindow::traceMagOffsetChanged(double db)
 {
-    EditActiveTrace([&](VNATrace& t) { t.offsetMag = db; });
+    traceMagOffsetChanged(model.selectedTraceIndex, db);
+}
+
+void MainWindow::traceMagSlopeChanged(int trace, double dbPerGHz)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.offsetMagSlope = dbPerGHz; });
 }
 
 void MainWindow::traceMagSlopeChanged(double dbPerGHz)
 {
-    EditActiveTrace([&](VNATrace& t) { t.offsetMagSlope = dbPerGHz; });
+    traceMagSlopeChanged(model.selectedTraceIndex, dbPerGHz);
+}
+
+void MainWindow::tracePhaseOffsetChanged(int trace, double degrees)
+{
+    EditTrace(trace, [&](VNATrace& t) { t.offsetPhase = degrees; });
 }
 
 void MainWindow::tracePhaseOffsetChanged(double degrees)
 {
-    EditActiveTrace([&](VNATrace& t) { t.offsetPhase = degrees; });
+    tracePhaseOffsetChanged(model.selectedTraceIndex, degrees);
+}
+
+void MainWindow::traceVelocityChanged(int channel, double factor)
+{
+    if (!model.IsValidChannelIndex(channel))
+    {
+        return;
+    }
+    MeasStop();
+    model.channels[channel]->velocityFactor = factor;
+    MeasStart();
+    UpdateAll(channel);
 }

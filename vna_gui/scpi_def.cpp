@@ -210,44 +210,55 @@ bool matchCommand(const QString& header, const QList<ScpiKeyword>& keywords,
     return matched;
 }
 
-Scpi::Scpi()
+namespace
 {
-    SetCommands(scpiCommands, scpiCommandCount());
-}
-
-void Scpi::SetCommands(const ScpiCommand* table, int count)
+std::shared_ptr<const ScpiCompiledTable> CompileTable(const ScpiCommand* rows, int count)
 {
-    commands.clear();
-    commands.reserve(count);
+    auto table = std::make_shared<ScpiCompiledTable>();
+    table->commands.reserve(count);
     for (int i = 0; i < count; ++i)
     {
         ScpiCallbackList c;
-        c.keywords = buildCommandTree(QString::fromLatin1(table[i].pattern));
-        c.id = table[i].id;
-        commands.append(c);
+        c.keywords = buildCommandTree(QString::fromLatin1(rows[i].pattern));
+        c.id = rows[i].id;
+        table->commands.append(c);
     }
-    rowsByFirstWord.clear();
-    for (int i = 0; i < commands.size(); ++i)
+    for (int i = 0; i < table->commands.size(); ++i)
     {
-        const QList<ScpiKeyword>& k = commands[i].keywords;
+        const QList<ScpiKeyword>& k = table->commands[i].keywords;
         if (k.isEmpty() || k.first().optional)
         {
-            rowsByFirstWord.clear();
-            return;
+            table->rowsByFirstWord.clear();
+            break;
         }
-        rowsByFirstWord[k.first().shortForm].append(i);
+        table->rowsByFirstWord[k.first().shortForm].append(i);
         if (k.first().longForm != k.first().shortForm)
         {
-            rowsByFirstWord[k.first().longForm].append(i);
+            table->rowsByFirstWord[k.first().longForm].append(i);
         }
     }
+    return table;
+}
+}  // namespace
+
+Scpi::Scpi()
+{
+    // Compiled once for the process: every connection gets an interpreter of its own.
+    static const std::shared_ptr<const ScpiCompiledTable> program =
+        CompileTable(scpiCommands, scpiCommandCount());
+    table = program;
+}
+
+void Scpi::SetCommands(const ScpiCommand* rows, int count)
+{
+    table = CompileTable(rows, count);
 }
 
 void Scpi::SubmitInput(const QString& text)
 {
     int start = 0;
     const int n = text.size();
-    for (int i = 0; i < n; ++i)
+    for (int i = 0; i < n && !discarded; ++i)
     {
         const ushort c = text[i].unicode();
         if (c != 10 && c != 13)
@@ -262,7 +273,7 @@ void Scpi::SubmitInput(const QString& text)
         }
         const QString line = lineBuffer;
         lineBuffer.clear();
-        if (log != nullptr)
+        if (log != nullptr && log->Recording())
         {
             log->AddCommand(line, false);
         }
@@ -279,7 +290,16 @@ void Scpi::SubmitInput(const QString& text)
             lineReply.clear();
         }
     }
-    lineBuffer.append(text.midRef(start, n - start));
+    if (!discarded)
+    {
+        lineBuffer.append(text.midRef(start, n - start));
+    }
+}
+
+void Scpi::Discard()
+{
+    discarded = true;
+    lineBuffer.clear();
 }
 
 void Scpi::Input(const QString& line)
@@ -315,9 +335,9 @@ void Scpi::Input(const QString& line)
             }
             return found != nullptr;
         };
-        if (rowsByFirstWord.isEmpty())
+        if (table->rowsByFirstWord.isEmpty())
         {
-            for (const ScpiCallbackList& c : std::as_const(commands))
+            for (const ScpiCallbackList& c : table->commands)
             {
                 if (tryRow(c))
                 {
@@ -327,12 +347,12 @@ void Scpi::Input(const QString& line)
         }
         else if (!tokens.isEmpty())
         {
-            const auto rows = rowsByFirstWord.constFind(tokens.first().word);
-            if (rows != rowsByFirstWord.constEnd())
+            const auto rows = table->rowsByFirstWord.constFind(tokens.first().word);
+            if (rows != table->rowsByFirstWord.constEnd())
             {
                 for (int row : *rows)
                 {
-                    if (tryRow(commands.at(row)))
+                    if (tryRow(table->commands.at(row)))
                     {
                         break;
                     }
@@ -616,73 +636,79 @@ void Scpi::SubmitReply(bool value)
 
 namespace
 {
-// "%.10g" of printf, without its per-call cost: large data replies are built from these.
-void AppendG10(QByteArray& out, double v)
+// Writes numbers as printf's "%.10g" would, joined by ",", straight into the reply's storage:
+// a 64001-point trace is one reply of some 2.5 MB, so per-value appends would dominate.
+class NumberWriter
 {
-    char buf[64];
-    const auto r = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::general, 10);
-    if (r.ec == std::errc())
+public:
+    // Room for the longest "%.10g" text ("-1.234567891e-308") and its comma.
+    static constexpr int kRoom = 24;
+
+    NumberWriter(QByteArray& out, int values) : out(out), start(out.size())
     {
-        out.append(buf, int(r.ptr - buf));
+        out.resize(start + kRoom * values);
+        p = out.data() + start;
+        end = out.data() + out.size();
     }
-    else
+    ~NumberWriter() { out.resize(int(p - out.constData())); }
+
+    void Put(double v)
     {
-        out.append(QByteArray::number(v, 'g', 10));
+        if (p != out.constData() + start)
+        {
+            *p++ = ',';
+        }
+        p = std::to_chars(p, end, v, std::chars_format::general, 10).ptr;
     }
-}
+
+private:
+    QByteArray& out;
+    const int start;
+    char* p = nullptr;
+    char* end = nullptr;
+};
 }  // namespace
 
 void Scpi::SubmitReply(const QVector<double>& values)
 {
-    commandReply.reserve(commandReply.size() + 5 * values.size());
-    for (int i = 0; i < values.size(); ++i)
+    NumberWriter w(commandReply, values.size());
+    for (double v : values)
     {
-        if (i > 0)
-        {
-            commandReply.append(',');
-        }
-        AppendG10(commandReply, values[i]);
+        w.Put(v);
     }
 }
 
 void Scpi::SubmitReply(const QVector<double>& x, const QVector<double>& y)
 {
     const int n = std::min(x.size(), y.size());
-    commandReply.reserve(commandReply.size() + 10 * n);
+    NumberWriter w(commandReply, 2 * n);
     for (int i = 0; i < n; ++i)
     {
-        if (i > 0)
-        {
-            commandReply.append(',');
-        }
-        AppendG10(commandReply, x[i]);
-        commandReply.append(',');
-        AppendG10(commandReply, y[i]);
+        w.Put(x[i]);
+        w.Put(y[i]);
     }
 }
 
 void Scpi::SubmitReply(const QVector<std::complex<double>>& values)
 {
-    commandReply.reserve(commandReply.size() + 10 * values.size());
-    for (int i = 0; i < values.size(); ++i)
+    NumberWriter w(commandReply, 2 * values.size());
+    for (const std::complex<double>& v : values)
     {
-        if (i > 0)
-        {
-            commandReply.append(',');
-        }
-        AppendG10(commandReply, values[i].real());
-        commandReply.append(',');
-        AppendG10(commandReply, values[i].imag());
+        w.Put(v.real());
+        w.Put(v.imag());
     }
 }
 
 void Scpi::CommitReply()
 {
     // A silent command after an answered one still leaves its (empty) place.
-    if (!lineReply.isEmpty())
+    if (lineReply.isEmpty())
     {
-        lineReply.append(';');
+        // The common case of one query per line: no copy of a long data reply.
+        lineReply.swap(commandReply);
+        return;
     }
+    lineReply.append(';');
     lineReply.append(commandReply);
     commandReply.clear();
 }
@@ -693,23 +719,29 @@ void Scpi::FlushReply()
     {
         return;
     }
-    if (socket != nullptr)
-    {
-        const QByteArray reply = lineReply + '\n';
-        if (log != nullptr)
-        {
-            log->AddCommand(QString::fromUtf8(lineReply).trimmed(), true);
-        }
-        socket->write(reply);
-        if (debugShown())
-        {
-            qDebug() << "Reply Sent: " << lineReply;
-        }
-    }
+    SendLine(lineReply);
     lineReply.resize(0);
 }
 
-QString scpiCommandReference()
+void Scpi::SendLine(const QByteArray& text)
+{
+    if (socket == nullptr)
+    {
+        return;
+    }
+    if (log != nullptr && log->Recording())
+    {
+        log->AddCommand(QString::fromUtf8(text).trimmed(), true);
+    }
+    socket->write(text);
+    socket->write("\n", 1);
+    if (debugShown())
+    {
+        qDebug() << "Reply Sent: " << text;
+    }
+}
+
+QString scpiCommandReference(const std::function<QString(int id)>& status)
 {
     QString out;
     out += QStringLiteral("# Remote command reference\n\n");
@@ -739,9 +771,12 @@ QString scpiCommandReference()
         "measurement of that channel (required), the third the marker (1 to 16, 1 when not "
         "written); a window suffix (1 to 32) is required. A bad or missing number queues -7 and "
         "the command does nothing; a query then answers nothing.\n\n");
+    out += QStringLiteral(
+        "Status: \"built\" when the program carries out the command; \"not yet\" names the feature "
+        "it waits for, and such a command queues -5 \"Unsupported\" with its header.\n\n");
     out += QStringLiteral("%1 commands.\n\n").arg(scpiCommandCount());
-    out += QStringLiteral("| Id | Header | Query | Parameters | Reply |\n");
-    out += QStringLiteral("|---:|---|---|---|---|\n");
+    out += QStringLiteral("| Id | Header | Query | Parameters | Reply | Status |\n");
+    out += QStringLiteral("|---:|---|---|---|---|---|\n");
     auto cell = [](const char* text)
     {
         const QString s = QString::fromUtf8(text);
@@ -757,7 +792,7 @@ QString scpiCommandReference()
                QStringLiteral("` | ") +
                (pattern.endsWith(QLatin1Char('?')) ? QStringLiteral("yes") : QStringLiteral("no")) +
                QStringLiteral(" | ") + cell(c.parameters) + QStringLiteral(" | ") + cell(c.reply) +
-               QStringLiteral(" |\n");
+               QStringLiteral(" | ") + status(c.id) + QStringLiteral(" |\n");
     }
     return out;
 }

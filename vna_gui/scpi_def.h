@@ -11,6 +11,7 @@
 #include <QVector>
 #include <complex>
 #include <functional>
+#include <memory>
 #include <vector>
 
 class QIODevice;
@@ -51,14 +52,26 @@ QStringList scpiCommandToPath(const ScpiCallbackList& command);
 bool matchCommand(const QString& header, const QList<ScpiKeyword>& keywords,
                   const QStringList& path, QList<int>& suffixes);
 
-// The Markdown reference of the command table (the source of docs/scpi.md).
-QString scpiCommandReference();
+// The Markdown reference of the command table (the source of docs/scpi.md). The status column
+// says, per command id, whether the program implements it.
+QString scpiCommandReference(const std::function<QString(int id)>& status);
+
+// A command table compiled into keyword lists, with rows indexed by the forms of their first
+// keyword so a header is tried only against rows that can match it. The index is empty when
+// some row's first keyword is optional.
+struct ScpiCompiledTable
+{
+    QVector<ScpiCallbackList> commands;
+    QHash<QString, QVector<int>> rowsByFirstWord;
+};
 
 // Where the command log goes; the log window implements it.
 class ScpiLogSink
 {
 public:
     virtual ~ScpiLogSink() = default;
+    // False when nothing would be kept: the caller then skips building the text.
+    virtual bool Recording() const { return true; }
     virtual void AddCommand(const QString& text, bool isReply) = 0;
 };
 
@@ -77,6 +90,8 @@ extern const char* const UnitStrPhaseRad;
 extern const char* const UnitStrPhaseDeg;
 extern const char* const UnitStrGroupDelay;
 
+// One client's interpreter: its line buffer, the command being run and the replies gathered for
+// the line. Every connection has its own; they share the compiled command table.
 class Scpi
 {
 public:
@@ -91,6 +106,8 @@ public:
 
     // Raw text from the socket: assembles lines and runs each complete one.
     void SubmitInput(const QString& text);
+    // The client has gone: lines not yet run, and any text that follows, are dropped.
+    void Discard();
     // One complete line, without its line feed.
     void Input(const QString& line);
 
@@ -130,6 +147,9 @@ public:
 
     void CommitReply();
     void FlushReply();
+    // Writes one reply line outside the line being run (a reply that had to wait), logged like
+    // any other; dropped when nobody is connected.
+    void SendLine(const QByteArray& text);
 
 private:
     // A header token, lower-cased, with its trailing digits taken off as the suffix.
@@ -151,10 +171,7 @@ private:
     void appendSeparator();
 
     std::function<void(Scpi*)> callback;
-    QVector<ScpiCallbackList> commands;
-    // Rows by the forms of their first keyword, in table order, so a header is tried only
-    // against rows that can match it. Unused (empty) when some row's first keyword is optional.
-    QHash<QString, QVector<int>> rowsByFirstWord;
+    std::shared_ptr<const ScpiCompiledTable> table;
     QStringList parameters;
     QList<int> suffixes;
     int commandId = 0;
@@ -162,6 +179,7 @@ private:
     QIODevice* socket = nullptr;
     ScpiLogSink* log = nullptr;
     QString lineBuffer;
+    bool discarded = false;
     QByteArray commandReply;
     QByteArray lineReply;
 };

@@ -117,6 +117,11 @@ ScpiLogDialog::ScpiLogDialog(QWidget* parent) : QDialog(parent)
     updateCounters();
 }
 
+bool ScpiLogDialog::Recording() const
+{
+    return Preferences::Get().scpiLogEnabled;
+}
+
 void ScpiLogDialog::AddCommand(const QString& text, bool isReply)
 {
     const Preferences& prefs = Preferences::Get();

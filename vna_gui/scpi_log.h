@@ -49,6 +49,7 @@ class ScpiLogDialog : public QDialog, public ScpiLogSink
 public:
     explicit ScpiLogDialog(QWidget* parent = nullptr);
 
+    bool Recording() const override;
     // Safe from any thread; the view catches up on the GUI thread.
     void AddCommand(const QString& text, bool isReply) override;
 

@@ -236,7 +236,7 @@ void TraceChannelMapper::DeleteChannel(int channel)
 
 void TraceChannelMapper::SetPos(int channel, int place, int trace)
 {
-    if (channel < 0 || channel >= kChannels || place < 0)
+    if (channel < 0 || channel >= kChannels || place < 0 || place >= kPlaces)
     {
         return;
     }

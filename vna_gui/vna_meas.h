@@ -93,6 +93,9 @@ class TraceChannelMapper
 {
 public:
     static constexpr int kChannels = 8;
+    // Measure places of one channel: a bound so that no number a client writes can make the
+    // table grow without end.
+    static constexpr int kPlaces = 1024;
 
     void Clear();
     void DeleteChannel(int channel);

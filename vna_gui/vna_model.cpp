@@ -536,7 +536,7 @@ void VNAModel::traceAutoScale(VNATrace* trace)
         }
         trace->AutoScale();
     }
-    traceScaleCouplingHelper();
+    traceScaleCouplingHelper(traces.indexOf(trace));
 }
 
 void VNAModel::traceDefaultScale(VNATrace* trace)
@@ -549,7 +549,7 @@ void VNAModel::traceDefaultScale(VNATrace* trace)
         }
         trace->LoadDefaultScale();
     }
-    traceScaleCouplingHelper();
+    traceScaleCouplingHelper(traces.indexOf(trace));
 }
 
 void VNAModel::traceAutoScaleAll()
@@ -584,7 +584,7 @@ void VNAModel::traceDefaultScaleAll()
     emit updatePlotsSignal();
 }
 
-void VNAModel::traceScaleCouplingHelper()
+void VNAModel::traceScaleCouplingHelper(int source)
 {
     if (scaleCoupling == ScaleCouplingOff)
     {
@@ -592,7 +592,7 @@ void VNAModel::traceScaleCouplingHelper()
     }
     {
         QMutexLocker lock(&traceLock);
-        const VNATrace* active = ActiveTrace();
+        const VNATrace* active = source < 0 ? ActiveTrace() : traces.value(source, nullptr);
         if (!active)
         {
             return;

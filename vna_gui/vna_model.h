@@ -51,8 +51,9 @@ public:
     void traceDefaultScale(VNATrace* trace);
     void traceAutoScaleAll();
     void traceDefaultScaleAll();
-    // Copies the active trace's scale to the traces of its format that the coupling reaches.
-    void traceScaleCouplingHelper();
+    // Copies a trace's scale (the active trace's when -1) to the traces of its format that the
+    // coupling reaches.
+    void traceScaleCouplingHelper(int source = -1);
 
     // --- channels and traces ----------------------------------------------------------------
     VNAChannel* ActiveChannel() const { return channels.value(activeChannelIndex, nullptr); }

@@ -1,26 +1,28 @@
 #!/usr/bin/env bash
 # Runs examples/pyvisa_client.py against the program, hidden and driving the instrument simulator
 # with the demo filter as the device under test. Args: app, simulator folder, source folder.
+# Both the program and the simulator take any free port and say which on standard error.
 set -euo pipefail
 APP=$1; SIMDIR=$2; SRC=$3
-free_port() { /usr/bin/python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])'; }
-PORT=$(free_port); SIMPORT=$(free_port)
 HOME=$(mktemp -d); export HOME
 mkdir -p "$HOME/Documents/Kestrix/vna"
-printf '[Preferences]\nSCPIPrefs\\Port=%s\n' "$PORT" > "$HOME/Documents/Kestrix/vna/Preferences.ini"
-QT_QPA_PLATFORM=offscreen VNA_SIM_PORT=$SIMPORT LD_LIBRARY_PATH=$SIMDIR "$APP" --hidden &
+printf '[Preferences]\nSCPIPrefs\\Port=0\n' > "$HOME/Documents/Kestrix/vna/Preferences.ini"
+LOG=$HOME/program.log
+QT_QPA_PLATFORM=offscreen VNA_SIM_PORT=0 LD_LIBRARY_PATH=$SIMDIR "$APP" --hidden 2>"$LOG" &
 PID=$!
 trap 'kill $PID 2>/dev/null || true; wait $PID 2>/dev/null || true; rm -rf "$HOME"' EXIT
+PORT=""; SIMPORT=""
+for _ in $(seq 200); do
+  PORT=$(sed -n 's/.*Remote control on 127\.0\.0\.1:\([0-9]*\).*/\1/p' "$LOG" | tail -n 1)
+  SIMPORT=$(sed -n 's/.*scene commands on 127\.0\.0\.1:\([0-9]*\).*/\1/p' "$LOG" | tail -n 1)
+  [ -n "$PORT" ] && [ -n "$SIMPORT" ] && break
+  kill -0 $PID 2>/dev/null || { cat "$LOG"; echo "program exited"; exit 1; }
+  sleep 0.1
+done
+[ -n "$PORT" ] && [ -n "$SIMPORT" ] || { cat "$LOG"; echo "ports not reported"; exit 1; }
 /usr/bin/python3 - "$SIMPORT" "$SRC/resources/demo_bandpass.s2p" <<'PY'
-import socket, sys, time
-for _ in range(100):
-    try:
-        s = socket.create_connection(("127.0.0.1", int(sys.argv[1])), timeout=5)
-        break
-    except OSError:
-        time.sleep(0.1)
-else:
-    sys.exit("simulator port not reachable")
+import socket, sys
+s = socket.create_connection(("127.0.0.1", int(sys.argv[1])), timeout=5)
 s.sendall(("load dut " + sys.argv[2] + "\n").encode())
 reply = s.makefile().readline()
 if not reply.startswith("ok"):
