@@ -27,6 +27,10 @@ QString Tr(const char* text)
 
 // How often a waiting *OPC? looks at the channels when no signal has told it of a change.
 constexpr int kOpcPollMs = 50;
+// A client that sends queries faster than it reads the replies is not served further until the
+// replies have drained: what waits for it stays bounded.
+constexpr qint64 kMaxUnsentReply = 64 * 1024 * 1024;
+constexpr qint64 kMaxUnreadInput = 16 * 1024 * 1024;
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -112,8 +116,18 @@ void MainWindow::handleSCPIConnection()
         scpiConnection->scpi.SetSocket(socket);
         scpiConnection->scpi.SetLog(scpiLogDialog);
         scpiConnection->scpi.SetCallbackFunction([this](Scpi* cmd) { SCPIHandleCommand(cmd); });
+        // Past this, the socket stops reading and the client's own sends block.
+        socket->setReadBufferSize(kMaxUnreadInput);
         connect(socket, &QTcpSocket::disconnected, this, &MainWindow::handleSCPIDisconnect);
         connect(socket, &QTcpSocket::readyRead, this, &MainWindow::readSCPISocket);
+        connect(socket, &QTcpSocket::bytesWritten, this,
+                [this, socket]
+                {
+                    if (socket->bytesAvailable() > 0)
+                    {
+                        SCPIServe();
+                    }
+                });
     }
     // Nobody else can connect until this client leaves.
     scpiServer->close();
@@ -178,7 +192,8 @@ void MainWindow::SCPIServe()
         return;
     }
     ++scpiDepth;
-    while (!c->closed && c->socket->bytesAvailable() > 0)
+    while (!c->closed && c->socket->bytesAvailable() > 0 &&
+           c->socket->bytesToWrite() < kMaxUnsentReply)
     {
         const QByteArray data = c->socket->readAll();
         // Text up to the first NUL of a read; what follows it is dropped.

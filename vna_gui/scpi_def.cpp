@@ -265,7 +265,7 @@ void Scpi::SubmitInput(const QString& text)
         {
             continue;
         }
-        lineBuffer.append(text.midRef(start, i - start));
+        appendToLine(text.midRef(start, i - start));
         start = i + 1;
         if (c == 13)
         {
@@ -273,6 +273,11 @@ void Scpi::SubmitInput(const QString& text)
         }
         const QString line = lineBuffer;
         lineBuffer.clear();
+        if (skippingLine)
+        {
+            skippingLine = false;
+            continue;
+        }
         if (log != nullptr && log->Recording())
         {
             log->AddCommand(line, false);
@@ -292,8 +297,24 @@ void Scpi::SubmitInput(const QString& text)
     }
     if (!discarded)
     {
-        lineBuffer.append(text.midRef(start, n - start));
+        appendToLine(text.midRef(start, n - start));
     }
+}
+
+void Scpi::appendToLine(const QStringRef& text)
+{
+    if (skippingLine)
+    {
+        return;
+    }
+    if (lineBuffer.size() + text.size() > kMaxLineLength)
+    {
+        lineBuffer.clear();
+        skippingLine = true;
+        SysErr::AddSystemError(CommandLineError, tr("Line too long: dropped up to its line feed"));
+        return;
+    }
+    lineBuffer.append(text);
 }
 
 void Scpi::Discard()

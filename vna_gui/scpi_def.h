@@ -95,6 +95,10 @@ extern const char* const UnitStrGroupDelay;
 class Scpi
 {
 public:
+    // Longest line kept: far beyond any command, so that a client sending without line feeds
+    // cannot make the buffer grow without end.
+    static constexpr int kMaxLineLength = 16 * 1024 * 1024;
+
     Scpi();
 
     void SetCallbackFunction(std::function<void(Scpi*)> fn) { callback = std::move(fn); }
@@ -169,6 +173,7 @@ private:
     bool readTyped(T& value, Convert convert, const char* errorText);
     bool nextParameterMatches(const char* shortWord, const char* longWord) const;
     void appendSeparator();
+    void appendToLine(const QStringRef& text);
 
     std::function<void(Scpi*)> callback;
     std::shared_ptr<const ScpiCompiledTable> table;
@@ -179,6 +184,8 @@ private:
     QIODevice* socket = nullptr;
     ScpiLogSink* log = nullptr;
     QString lineBuffer;
+    // Set when the line grew too long: the rest of it, up to its line feed, is dropped.
+    bool skippingLine = false;
     bool discarded = false;
     QByteArray commandReply;
     QByteArray lineReply;
