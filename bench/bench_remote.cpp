@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QLoggingCategory>
+#include <QHostAddress>
 #include <QStandardPaths>
 #include <QTcpSocket>
 #include <QTimer>
