@@ -15,13 +15,14 @@
 #include "trace_formats.h"
 #include "vna_trace.h"
 
-namespace
-{
 void SetChecked(QAbstractButton* b, bool checked)
 {
     const QSignalBlocker block(b);
     b->setChecked(checked);
 }
+
+namespace
+{
 
 void FillFormats(KXComboBox* box)
 {
@@ -591,50 +592,6 @@ PendingControlsPanel::PendingControlsPanel(MainWindow* window, const QStringList
         b->setEnabled(false);
         Column()->addWidget(b);
     }
-}
-
-CalibrationControlPanel::CalibrationControlPanel(MainWindow* window)
-    : PendingControlsPanel(
-          window,
-          {tr("Start New Calibration (Mechanical)"), tr("Start New Calibration (Electronic)"),
-           tr("Load Calibration"), tr("Unload Calibration"), tr("Cal Loaded"), tr("Cal Enabled"),
-           tr("Interp Enabled"), tr("Cal Set Viewer"), tr("Display"), tr("Standards"),
-           tr("Error Terms")})
-{
-}
-
-FixtureControlPanel::FixtureControlPanel(MainWindow* window)
-    : PendingControlsPanel(
-          window, {tr("Port Extension"), tr("Config Port Extension"), tr("De-embedding"),
-                   tr("Load Port 1 S2P"), tr("Clear Port 1"), tr("Load Port 2 S2P"),
-                   tr("Clear Port 2"), tr("Embedding"), tr("Load Port 1 S2P"), tr("Clear Port 1"),
-                   tr("Load Port 2 S2P"), tr("Clear Port 2")})
-{
-}
-
-MarkerControlPanel::MarkerControlPanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Marker"), tr("Enabled"), tr("Peak Max"), tr("Peak Min"),
-                                    tr("Delta"), tr("Tracking"), tr("Bandwidth Search")})
-{
-}
-
-LimitLinePanel::LimitLinePanel(MainWindow* window)
-    : PendingControlsPanel(window,
-                           {tr("Enabled"), tr("Show"), tr("Define Limits"), tr("Ripple Enabled"),
-                            tr("Ripple Show"), tr("Define Ripple Limits")})
-{
-}
-
-TimeDomainPanel::TimeDomainPanel(MainWindow* window)
-    : PendingControlsPanel(window, {tr("Transform Enabled"), tr("Type"), tr("Window"), tr("Start"),
-                                    tr("Stop"), tr("Units")})
-{
-}
-
-TimeGatingPanel::TimeGatingPanel(MainWindow* window)
-    : PendingControlsPanel(window,
-                           {tr("Gate Enabled"), tr("Type"), tr("Shape"), tr("Start"), tr("Stop")})
-{
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -10,6 +10,7 @@ class MainWindow;
 class KXComboBox;
 class KXLineEdit;
 class KXPushButton;
+class QAbstractButton;
 class QCheckBox;
 class QFormLayout;
 class QLabel;
@@ -17,6 +18,9 @@ class QRadioButton;
 class QVBoxLayout;
 
 // The small heading of a panel.
+// Sets a check box or radio button without emitting its signals: panels show the model's state.
+void SetChecked(QAbstractButton* b, bool checked);
+
 class TitleBar : public QLabel
 {
     Q_OBJECT

@@ -238,6 +238,19 @@ public slots:
     // The channel's velocity factor, which the time axis and port extension read.
     void traceVelocityChanged(int channel, double factor);
 
+    // --- markers (mainwindow_markers.cpp) --------------------------------------------------------
+
+    // --- limit and ripple tests (mainwindow_limits.cpp) ------------------------------------------
+
+    // --- time domain and gating (mainwindow_time.cpp) --------------------------------------------
+
+    // --- calibration (mainwindow_calibration.cpp) ------------------------------------------------
+
+    // --- fixtures and port extension (mainwindow_fixtures.cpp) -----------------------------------
+
+    // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
+
+    // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);
     void showErrorInfo();
     void showSCPILog();
