@@ -85,8 +85,11 @@ void VNAModel::markerEnable(int trace, int marker, bool on)
                        t.DisableDeltaMarkers();
                    }
                    m.enabled = on;
-                   // Read the point now as the next pass would: a held sweep has none.
-                   t.UpdateMarkers();
+                   if (on)
+                   {
+                       // Read the point now as the next pass would: a held sweep has none.
+                       t.UpdateMarkers();
+                   }
                });
 }
 
