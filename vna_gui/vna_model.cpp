@@ -500,9 +500,7 @@ void VNAModel::CoupleTrackedMarkers(const VNATrace& trace, int traceIndex)
     {
         if (trace.markers[m].tracking != MarkerTrackingOff)
         {
-            // Hook for marker coupling: the tracked marker carries its position to the
-            // markers of the coupled traces.
-            Q_UNUSED(traceIndex);
+            MarkerCoupleLocked(trace.channel, traceIndex, m);
         }
     }
 }

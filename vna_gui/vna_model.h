@@ -8,6 +8,7 @@
 #include <QVector>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <thread>
 
 #include "vna_device.h"
@@ -69,6 +70,52 @@ public:
     VNATrace* ActiveTrace() const;
     void DeleteAllTraces();
 
+    // --- markers (vna_model_markers.cpp) ---------------------------------------------------
+    // Each takes the trace lock itself, ignores a trace or marker index that does not exist,
+    // carries a moved marker to the coupled traces and asks the interface to refresh. Operations
+    // without a marker argument act on the trace's active marker.
+    void markerEnable(int trace, int marker, bool on);
+    void markerFixed(int trace, int marker, bool on);
+    // Refused on the reference marker with error -6.
+    void markerDelta(int trace, int marker, bool on);
+    void markerToRef(int trace);
+    void markerSetActive(int trace, int marker);
+    // The trace's active marker, or -1 without such a trace.
+    int ActiveMarker(int trace) const;
+    // A copy of a marker taken under the lock; false without such a trace or marker.
+    bool GetMarkerCopy(int trace, int marker, VNAMarker& out) const;
+    // The active marker's frequency and the trace's channel, for the stimulus edits that take
+    // it (start, stop, centre); false without such a trace.
+    bool GetActiveMarkerFreq(int trace, int& channel, double& f) const;
+    // Puts the active marker under a fraction (0..1) of the plot's width, as a click does.
+    void markerPlace(int trace, double fraction);
+    void markerAddMarker(int trace);
+    void markerMove(int trace, bool left);
+    void markerSetX(int trace, int marker, double value);
+    // markerSetX on the selected trace and its active marker.
+    void markerSetFreq(double value);
+    void markerPeakMax(int trace, int marker);
+    void markerPeakMin(int trace, int marker);
+    void markerPeakLeft(int trace, int marker);
+    void markerPeakRight(int trace, int marker);
+    void markerPeakNext(int trace, int marker);
+    void markerExecute(int trace, int marker, VNAMarkerFunction function);
+    void markerThresholdChanged(int trace, int marker, double value);
+    void markerExcursionChanged(int trace, int marker, double value);
+    void markerTrackingChanged(int trace, int marker, VNAMarkerTrackingFunction tracking);
+    void markerBWLimitChanged(int trace, double value);
+    // Searches once now and recalculates the channel.
+    void markerBWSearch(int trace);
+    void markerBWEnable(int trace, bool on);
+    void markerBWTrackingEnable(int trace, bool on);
+    void markerDisableAllTrace(int trace);
+    void markerDisableAllChannel(int channel);
+    void markerDisableAll();
+    void markerSetCoupling(MarkerCouplingMethod method);
+    MarkerCouplingMethod GetMarkerCoupling() const;
+    // Carries the marker's position to the same marker of the traces the coupling reaches.
+    void markerCouple(int channel, int trace, int marker);
+
     // Diagnostics of the loop for tests and the status bar.
     uint64_t SweepsStarted() const { return sweepsStarted.load(); }
 
@@ -76,17 +123,19 @@ public:
     QVector<VNAChannel*> channels;
     int activeChannelIndex = 0;
 
-    // Guards traces (the list and every trace's contents), selectedTraceIndex and mapper.
+    // Guards traces (the list and every trace's contents), selectedTraceIndex, mapper and
+    // markerCoupling.
     mutable QMutex traceLock;
     QVector<VNATrace*> traces;
     int selectedTraceIndex = 0;
     TraceChannelMapper mapper;
+    // A MarkerCouplingMethod.
+    int markerCoupling = MarkerCouplingChannel;
 
     // Read by the loop without a lock: written only while the loop is stopped.
     bool rfEnabled = true;
     bool spurReject = false;
     VNAReference reference = VNAReferenceInternal;
-    int markerCoupling = 1;
     int scaleCoupling = 0;
     bool triggerScopeAllChannels = false;
 
@@ -119,6 +168,19 @@ private:
     void PrepareChannelData(VNAChannel& channel);
     // Last step of the chain: tracked markers of the trace carry over to coupled traces.
     void CoupleTrackedMarkers(const VNATrace& trace, int traceIndex);
+    // Marker operations with the trace lock already held.
+    void MarkerCoupleLocked(int channel, int trace, int marker);
+    void MarkerCoupleHelper(int channel, int trace, int marker);
+    void MarkerSetXLocked(int trace, int marker, double value);
+    bool MarkerPlaceLocked(int trace, double fraction);
+    // Runs edit on an existing trace and marker under the trace lock, then refreshes the
+    // interface; false when either does not exist.
+    bool EditMarker(int trace, int marker, const std::function<void(VNATrace&, VNAMarker&)>& edit);
+    bool EditTraceMarkers(int trace, const std::function<void(VNATrace&)>& edit);
+    void RefreshInterface();
+    // A search on the trace, then coupling of the marker, whether it moved or not.
+    void MarkerSearch(int trace, int marker, const std::function<void(VNATrace&)>& search);
+    void MarkerToExtreme(int trace, int marker, bool maximum);
 
     std::thread measThread;
     std::atomic<bool> measRunning{false};

@@ -1087,13 +1087,3 @@ void VNATrace::RunRippleTest()
 {
     // Hook for the ripple test; fills rippleMeas under rippleLock.
 }
-
-void VNATrace::PerformBandwidthSearch()
-{
-    // Hook for the tracked bandwidth search around the peak.
-}
-
-void VNATrace::UpdateMarkers()
-{
-    // Hook for the markers, which re-read their points from x and y.
-}

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <QMutex>
+#include <QPointF>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 #include <cstdint>
 
@@ -52,11 +54,33 @@ bool TraceStatistics(const QVector<double>& v, int i0, int i1, double& min, doub
 
 // --- records owned by the trace and filled in by the marker, limit and transform stages -------
 
+// Stored as integers in files: never renumber.
 enum VNAMarkerTrackingFunction : int32_t
 {
     MarkerTrackingOff = 0,
     MarkerTrackingPeak = 1
 };
+// Panel text; the remote words are in scpi_parameters.h.
+QString VNAMarkerTrackingToStr(VNAMarkerTrackingFunction tracking);
+
+// The marker searches the panel buttons and the remote execute command offer.
+enum VNAMarkerFunction : int32_t
+{
+    MarkerFunctionPeak = 0,
+    MarkerFunctionMinimum = 1,
+    MarkerFunctionRight = 2,
+    MarkerFunctionLeft = 3,
+    MarkerFunctionNext = 4
+};
+
+// How a marker moved on one trace carries over to the markers of the same number on others.
+enum MarkerCouplingMethod : int32_t
+{
+    MarkerCouplingOff = 0,
+    MarkerCouplingChannel = 1,
+    MarkerCouplingAll = 2
+};
+QString MarkerCouplingMethodToStr(MarkerCouplingMethod method);
 
 struct VNAMarker
 {
@@ -79,6 +103,28 @@ struct VNAMarker
 
 // The marker's reading: impedance or admittance in the Smith formats, its Y otherwise.
 QString GetMarkerPosString(const VNAMarker& marker, VNATraceFormat format);
+
+// A local maximum of a trace; orders by value alone.
+struct Peak
+{
+    int index = 0;
+    double value = 0.0;
+    bool operator<(const Peak& other) const { return value < other.value; }
+};
+
+// Indices, ascending, of the points above threshold that stand at least excursion above the
+// lowest point on each side before a higher point is met. The end points never qualify.
+QVector<int> GetPeakList(const QVector<double>& y, double threshold, double excursion);
+// The same peaks sorted by value, ascending; equal values keep ascending index.
+QVector<Peak> GetSortedPeakList(const QVector<double>& y, double threshold, double excursion);
+// Index of the smallest |v[i] - value|, lowest index on ties; ok false for an empty vector.
+int GetClosestIndex(double value, const QVector<double>& v, bool& ok);
+
+// Texts of the transformed axis in the marker readouts.
+QString getTimeString(double seconds, int digits);
+QString GetMetersString(double metres, int digits);
+QString GetFootString(double metres, int digits);
+QString GetInchesString(double metres, int digits);
 
 enum VNALimitType : int32_t
 {
@@ -237,6 +283,53 @@ public:
     void SavePreset(ApplicationSettings& settings) const;
     void LoadPreset(ApplicationSettings& settings);
 
+    // --- markers (vna_markers.cpp) -------------------------------------------------------
+    // Null outside 0..15. Marker 15 is the reference marker.
+    VNAMarker* GetMarker(int i);
+    const VNAMarker* GetMarker(int i) const;
+    VNAMarker& GetReferenceMarker() { return markers[kReferenceMarker]; }
+    const VNAMarker& GetReferenceMarker() const { return markers[kReferenceMarker]; }
+    bool RefMarkerSelected() const { return activeMarker == kReferenceMarker; }
+    // (x, y) of a point; ok false and zeros when the index or the trace is unusable.
+    QPointF GetMarkerPos(int index, bool& ok) const;
+    // The point nearest to pos, lowest index on ties; ok false when pos lies outside
+    // x[0]..x[last].
+    QPointF GetMarkerPos(double pos, int& index, bool& ok) const;
+    QPointF GetMarkerPos(double pos, bool& ok) const;
+    // The point under a fraction of the plot's width, which spans the displayed time range when
+    // the transform is on.
+    int GetMarkerIndex(double fraction, bool& ok) const;
+    // (x, y) of the largest or smallest value, the first of equals; by magnitude in the Smith
+    // formats.
+    QPointF GetMarkerPeak(bool& ok, int& index) const;
+    QPointF GetMarkerMin(bool& ok, int& index) const;
+    // The lowest ordinary marker that is off, or -1: the reference marker is never handed out.
+    int GetNextInactiveMarker() const;
+    void DisableDeltaMarkers();
+    void DisableAllMarkers();
+    // Peak steps with the marker's own threshold and excursion; false when the marker stays.
+    bool MarkerPeakLeft(int i);
+    bool MarkerPeakRight(int i);
+    bool MarkerPeakNext(int i);
+    // Re-reads every enabled marker that is not fixed from x and y; tracking markers go to the
+    // peak first.
+    void UpdateMarkers();
+    // Finds the peak and the two points bwSearchLimit below it (LogMag only).
+    void PerformBandwidthSearch();
+    double BandwidthSpan() const { return bwHighFreq - bwLowFreq; }
+    double BandwidthCenter() const { return 0.5 * (bwHighFreq + bwLowFreq); }
+    double BandwidthQ() const { return BandwidthCenter() / BandwidthSpan(); }
+    // The lines of the bandwidth block; empty while the search is off.
+    QStringList GetBandwidthReadout() const;
+    // Metres that a time on the transformed axis stands for: velocity factor applied, halved
+    // for a reflection.
+    double GetMarkerDistance(double time) const;
+    // Readout of marker i as the plot lists it: label, abscissa and value.
+    QString GetMarkerReadout(int i) const;
+    QString GetMarkerLabel(int i) const;
+    QString GetMarkerXString(int i) const;
+    QString GetMarkerValueString(int i) const;
+
     // Steps of the chain after the channel's processed data is ready (selection onwards). The
     // model is there for the stages that read other traces or channels, and may be null.
     TraceCalcResult Calculate(const VNAChannel& ch, double f0, double df,
@@ -330,8 +423,6 @@ private:
     void BuildMemoryCurve();
     void RunLimitTest();
     void RunRippleTest();
-    void PerformBandwidthSearch();
-    void UpdateMarkers();
 
     // Work buffers reused from pass to pass, so a sweep allocates nothing in steady state.
     CplxVector workData;
