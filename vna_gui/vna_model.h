@@ -56,6 +56,41 @@ public:
     // coupling reaches.
     void traceScaleCouplingHelper(int source = -1);
 
+    // --- time transform and gating (time_domain_settings.cpp) --------------------------------
+    // Each stores into a trace of the list under traceLock and does nothing for any other
+    // pointer; the caller recalculates the trace's channel afterwards. Gate edits then flow to
+    // the channel's other traces when its gate coupling is on.
+    void transformEnabled(VNATrace* trace, bool enabled);
+    // False when a low-pass type was refused because the stimulus does not reach DC on its grid:
+    // band-pass was stored, and the interface warns.
+    bool transformTypeChanged(VNATrace* trace, VNATransformType type);
+    void transformWindowChanged(VNATrace* trace, VNATransformWindow window);
+    void transformWindowBetaChanged(VNATrace* trace, double beta);
+    void transformMarkerModeChanged(VNATrace* trace, VNATransformMarkerMode mode);
+    void transformUnitsChanged(VNATrace* trace, VNATransformUnits units);
+    void transformVFChanged(VNATrace* trace, double velocityFactor);
+    void transformAutoScaleChanged(VNATrace* trace, bool enabled);
+    void transformStartChanged(VNATrace* trace, double t);
+    void transformStopChanged(VNATrace* trace, double t);
+    void transformCenterChanged(VNATrace* trace, double t);
+    void transformSpanChanged(VNATrace* trace, double t);
+    // Moves the trace's channel onto a low-pass grid, between MeasStop and MeasStart. False, with
+    // nothing stopped, when the stimulus already suits. Call without traceLock.
+    bool transformSetLPFreqs(const VNATrace* trace);
+    void gatingEnabled(VNATrace* trace, bool enabled);
+    void gatingStartChanged(VNATrace* trace, double t);
+    void gatingStopChanged(VNATrace* trace, double t);
+    void gatingCenterChanged(VNATrace* trace, double t);
+    void gatingSpanChanged(VNATrace* trace, double t);
+    void gatingTypeChanged(VNATrace* trace, VNAGateType type);
+    void gatingShapeChanged(VNATrace* trace, VNAGateShape shape);
+    // Sets the coupling of the trace's channel; switching it on spreads this trace's gate.
+    void gatingCoupledSettingsEnabled(VNATrace* trace, bool enabled);
+    // With coupling on: a trace joining the channel takes the gate of the channel's first other
+    // trace, and a trace's gate goes to all others. The caller holds traceLock.
+    void TimeGateCouplingApplyToTrace(VNATrace* trace);
+    void TimeGateCouplingApplyToChannel(const VNATrace* trace);
+
     // --- channels and traces ----------------------------------------------------------------
     VNAChannel* ActiveChannel() const { return channels.value(activeChannelIndex, nullptr); }
     bool IsValidChannelIndex(int index) const { return index >= 0 && index < channels.size(); }

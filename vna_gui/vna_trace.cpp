@@ -7,6 +7,7 @@
 #include "application_settings.h"
 #include "error_log.h"
 #include "signal_ops.h"
+#include "time_domain.h"
 #include "vna_meas.h"
 
 namespace
@@ -1001,24 +1002,41 @@ void VNATrace::ApplyCalSetView(const VNAChannel&, CplxVector&)
     // Hook for the calibration-set view: replaces d by the chosen calibration term.
 }
 
-void VNATrace::ApplyGate(CplxVector&, double, double)
+void VNATrace::ApplyGate(CplxVector& d, double f0, double df)
 {
-    // Hook for time gating of the frequency data.
+    GateSParamConv(d, f0, df, gateStart, gateStop, VNAGateType(gateType), VNAGateShape(gateShape));
 }
 
-bool VNATrace::ApplyTransform(const VNAChannel&, CplxVector& d, QVector<double>& xs,
+bool VNATrace::ApplyTransform(const VNAChannel& ch, CplxVector& d, QVector<double>& xs,
                               CplxVector*& ds, double f0, double df)
 {
-    // Hook for the time transform, which will point ds at its own output and set xs to time.
-    // Until then every trace shows the frequency data.
-    xs.resize(d.size());
-    double* px = xs.data();
-    for (int i = 0; i < d.size(); ++i)
+    if (!transformEnabled)
     {
-        px[i] = i * df + f0;
+        xs.resize(d.size());
+        double* px = xs.data();
+        for (int i = 0; i < d.size(); ++i)
+        {
+            px[i] = i * df + f0;
+        }
+        ds = &d;
+        return false;
     }
-    ds = &d;
-    return false;
+    TransformSParam(ch.stimulus, transform, d, xs, workTime);
+    ds = &workTime;
+    if (!transform.autoScale)
+    {
+        return false;
+    }
+    const std::pair<double, double> full = GetTimeDomainFullScale(ch.stimulus, transform);
+    // Not-a-number bounds (a one-point sweep) count as unchanged, or every pass would signal.
+    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+    if (same(full.first, transform.start) && same(full.second, transform.stop))
+    {
+        return false;
+    }
+    transform.start = full.first;
+    transform.stop = full.second;
+    return true;
 }
 
 void VNATrace::ApplyDelayAndOffsets(CplxVector& ds, double f0, double df) const

@@ -15,6 +15,7 @@
 class ApplicationSettings;
 class VNAChannel;
 class VNAModel;
+class VNAStimulus;
 
 QString VNATraceMeasToStr(VNATraceMeas meas);
 QString measToText(VNATraceMeas meas);
@@ -191,6 +192,21 @@ enum VNATransformUnits : int32_t
     UnitsInches = 3
 };
 
+// Stored as integers in files: never renumber.
+enum VNAGateType : int32_t
+{
+    GateBandpass = 0,
+    GateNotch = 1
+};
+// Normal and wide give the same window; both values are kept for saved states and commands.
+enum VNAGateShape : int32_t
+{
+    GateShapeMinimum = 0,
+    GateShapeNormal = 1,
+    GateShapeWide = 2,
+    GateShapeMaximum = 3
+};
+
 struct VNATransformSettings
 {
     VNATransformType type = TransformBandpass;
@@ -263,6 +279,17 @@ public:
     VNATraceStats GetStatistics(const QVector<double>& freq) const;
     QString GetNameString() const;
     void Export(const QString& path) const;
+
+    // Time transform and gate settings (time_domain_settings.cpp). A low-pass type that the
+    // stimulus does not suit is refused: band-pass is stored and the result is false.
+    bool SetTransformType(VNATransformType type, const VNAStimulus& stimulus);
+    // Centre edits keep the span, span edits keep the centre.
+    void SetTransformCenter(double t);
+    void SetTransformSpan(double t);
+    void SetGateCenter(double t);
+    void SetGateSpan(double t);
+    // Enabled flag, type, shape, start and stop: what gate coupling carries between traces.
+    void CopyGateSettings(const VNATrace& from);
 
     // The scale triple of the current format. Never null; Real/Imag and the two Smith formats
     // share one triple each.
@@ -427,5 +454,6 @@ private:
     // Work buffers reused from pass to pass, so a sweep allocates nothing in steady state.
     CplxVector workData;
     CplxVector workMem;
+    CplxVector workTime;
     QVector<double> workX, workMemX, outX, outY, workSum;
 };
