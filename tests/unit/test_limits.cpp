@@ -24,9 +24,13 @@ double RefLine(const VNALimitRange& r, double x)
 {
     const float t = float((x - r.startFreq) / (r.stopFreq - r.startFreq));
     if (t == 0.0f)
+    {
         return r.startOffset;
+    }
     if (t == 1.0f)
+    {
         return r.stopOffset;
+    }
     const float rest = 1.0f - t;
     return double(rest) * r.startOffset + double(t) * r.stopOffset;
 }
@@ -41,10 +45,14 @@ bool RefLimitPass(const QVector<VNALimitRange>& ranges, const QVector<double>& x
         for (int i = 0; i < x.size(); ++i)
         {
             if (r.type == LimitOff || x[i] < r.startFreq || x[i] > r.stopFreq)
+            {
                 continue;
+            }
             const double l = RefLine(r, x[i]);
             if ((r.type == LimitMin && l > y[i]) || (r.type == LimitMax && y[i] > l))
+            {
                 pass = false;
+            }
         }
     }
     return pass;
@@ -59,7 +67,9 @@ bool RefRipple(const QVector<VNARippleLimitRange>& ranges, QVector<VNARippleMeas
     {
         const VNARippleLimitRange& r = ranges[k];
         if (r.type == RippleOff)
+        {
             continue;
+        }
         VNARippleMeas& m = meas[k];
         m.pass = true;
         bool started = false;
@@ -79,7 +89,9 @@ bool RefRipple(const QVector<VNARippleLimitRange>& ranges, QVector<VNARippleMeas
             else if (started)
             {
                 if (m.max - m.min > r.maxRipple)
+                {
                     m.pass = pass = false;
+                }
                 break;
             }
         }
@@ -113,14 +125,24 @@ struct Gen
         const double f0 = Uniform(1e6, 1e9), step = Uniform(1e3, 1e7);
         QVector<double> x(n);
         for (int i = 0; i < n; ++i)
+        {
             x[i] = f0 + i * step;
+        }
         if (Chance(0.2))
+        {
             for (int i = 1; i < n; i += 3)
+            {
                 x[i] = x[i - 1];
+            }
+        }
         if (Chance(0.2))
+        {
             std::shuffle(x.begin(), x.end(), rng);
+        }
         if (Chance(0.05))
+        {
             x[Int(0, n - 1)] = kNaN;
+        }
         return x;
     }
     // A sweep point exactly, a point between, or beyond either end.
@@ -133,7 +155,9 @@ struct Gen
             hi = std::isnan(v) ? hi : std::max(hi, v);
         }
         if (lo > hi)
+        {
             lo = hi = 0.0;
+        }
         const double pad = (hi - lo + 1.0) * 0.3;
         return Chance(0.5) ? x[Int(0, x.size() - 1)] : Uniform(lo - pad, hi + pad);
     }
@@ -143,7 +167,9 @@ struct Gen
         r.startFreq = Edge(x);
         r.stopFreq = Chance(0.15) ? r.startFreq : Edge(x);
         if (r.startFreq > r.stopFreq && Chance(0.8))
+        {
             std::swap(r.startFreq, r.stopFreq);
+        }
     }
 };
 
@@ -221,8 +247,12 @@ void TestLimits::limitVerdicts()
         QCOMPARE(EvaluateLimitRanges(ranges, x, y), expected);
         // The per-point verdict agrees with the definition on every point and range.
         for (const VNALimitRange& r : ranges)
+        {
             for (int i = 0; i < x.size(); ++i)
+            {
                 QCOMPARE(LimitPointPasses(r, x[i], y[i]), RefLimitPass({r}, {x[i]}, {y[i]}));
+            }
+        }
         // Reversed order judges the same points: the ordered shortcut and the scan agree.
         QVector<double> rx(x.rbegin(), x.rend()), ry(y.rbegin(), y.rend());
         QCOMPARE(EvaluateLimitRanges(ranges, rx, ry), expected);
@@ -252,7 +282,9 @@ void TestLimits::rippleWindows()
         const QVector<double> x = g.Sweep();
         QVector<double> y(x.size());
         for (double& v : y)
+        {
             v = g.Chance(0.01) ? kNaN : g.Uniform(-3, 3);
+        }
         QVector<VNARippleLimitRange> ranges(g.Int(0, 4));
         QVector<VNARippleMeas> before(ranges.size());
         for (int k = 0; k < ranges.size(); ++k)
@@ -368,7 +400,9 @@ void TestLimits::remoteForms()
     {
         QStringList params;
         for (int i = 0; i < n; ++i)
+        {
             params << QStringLiteral("1");
+        }
         QVERIFY(!t.SetLimitData(params));
         QCOMPARE(SysErr::GetErrorCount(), 1);
         const SystemError e = SysErr::GetNextError();
@@ -495,14 +529,22 @@ void TestLimits::tableFiles()
     KXCsv csv;
     const QStringList texts{"", " lead", "trail ", "a,b", "q\"q", "two\nlines", "cr\rlf\r\n", "\""};
     for (int r = 0; r < 40; ++r)
+    {
         for (int c = 0; c < g.Int(1, 4); ++c)
+        {
             csv.SetValue(r, c, texts[g.Int(0, texts.size() - 1)]);
+        }
+    }
     KXCsv back;
     back.FromText(csv.ToText());
     QCOMPARE(back.Rows(), csv.Rows());
     for (int r = 0; r < csv.Rows(); ++r)
+    {
         for (int c = 0; c < csv.Columns(r); ++c)
+        {
             QCOMPARE(back.GetValue(r, c).toString(), csv.GetValue(r, c).toString());
+        }
+    }
 }
 
 void TestLimits::tablesReplacedWhileRunning()
@@ -524,17 +566,23 @@ void TestLimits::tablesReplacedWhileRunning()
         [&]()
         {
             for (int i = 0; i < 200; ++i)
+            {
                 model.CalcTraces(0);
+            }
         });
     Gen g;
     for (int i = 0; i < 200; ++i)
     {
         QVector<VNALimitRange> limits(g.Int(0, 20));
         for (VNALimitRange& r : limits)
+        {
             r = {LimitMin, g.Uniform(1e9, 9e9), g.Uniform(1e9, 9e9), -30.0, -10.0};
+        }
         QVector<VNARippleLimitRange> ripples(g.Int(0, 20));
         for (VNARippleLimitRange& r : ripples)
+        {
             r = {RippleAbsolute, g.Uniform(1e9, 9e9), g.Uniform(1e9, 9e9), 3.0};
+        }
         t->SetLimitRanges(limits);
         t->SetRippleRanges(ripples);
         QCOMPARE(t->GetRippleMeas().size(), ripples.size());
