@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QMutexLocker>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "error_log.h"
@@ -17,8 +18,6 @@ QString Tr(const char* text)
     return QCoreApplication::translate("LimitTables", text);
 }
 
-const char* const kLimitFileType = "LimitLineRangeTable";
-const char* const kRippleFileType = "RippleLimitLineRangeTable";
 constexpr int kHeaderRows = 3;
 
 // x never decreases and holds no NaN: every range then covers one run of indices, found by
@@ -112,57 +111,6 @@ double CellDouble(const KXCsv& csv, int row, int column)
     return ok ? v : 0.0;
 }
 
-void WriteHeader(KXCsv& csv, const char* fileType, const QStringList& columns)
-{
-    csv.SetValue(0, 0, QStringLiteral("FileType"));
-    csv.SetValue(0, 1, QString::fromLatin1(fileType));
-    csv.SetValue(1, 0, QStringLiteral("Version"));
-    csv.SetValue(1, 1, 1);
-    for (int c = 0; c < columns.size(); ++c)
-    {
-        csv.SetValue(2, c, columns[c]);
-    }
-}
-
-bool WriteTable(const QString& path, const KXCsv& csv, QString& error)
-{
-    if (!csv.Write(path))
-    {
-        error = Tr("Unable to write file.");
-        return false;
-    }
-    return true;
-}
-
-// Reads the file and checks its header; the data rows are those from kHeaderRows on.
-bool ReadTable(const QString& path, const char* fileType, KXCsv& csv, QString& error)
-{
-    if (!csv.Read(path))
-    {
-        error = Tr("Unable to read file.");
-        return false;
-    }
-    bool versionOk = false;
-    const int version = csv.GetValue(1, 1).toString().trimmed().toInt(&versionOk);
-    if (csv.GetValue(0, 1).toString() != QLatin1String(fileType) || !versionOk || version != 1 ||
-        csv.Rows() - kHeaderRows < 1)
-    {
-        error = Tr("Invalid file type.");
-        return false;
-    }
-    return true;
-}
-
-bool CheckGroups(const QStringList& params, int group, QString& error)
-{
-    if (params.size() % group == 0)
-    {
-        return true;
-    }
-    error = Tr("Invalid number of parameters, should be multiple of %1").arg(group);
-    return false;
-}
-
 // Remote numbers are taken as they come: text that does not parse reads as 0.
 int ParamInt(const QString& text)
 {
@@ -176,6 +124,153 @@ double ParamDouble(const QString& text)
     bool ok = false;
     const double v = scpiParameterToDouble(text, ok);
     return ok ? v : 0.0;
+}
+
+// What tells the two kinds of table apart: file type, column names, the type's texts, and the
+// numbers that follow the type in a row of the file or a group of remote parameters.
+template <typename R>
+struct RangeFormat;
+
+template <>
+struct RangeFormat<VNALimitRange>
+{
+    using Type = VNALimitType;
+    static constexpr int kNumbers = 4;
+    static const char* FileType() { return "LimitLineRangeTable"; }
+    static QStringList Columns()
+    {
+        return {QStringLiteral("Type"), QStringLiteral("StartFreq"), QStringLiteral("StopFreq"),
+                QStringLiteral("StartOffset"), QStringLiteral("StopOffset")};
+    }
+    static QString TypeText(Type t) { return VNALimitTypeToString(t); }
+    static Type TypeFromText(const QString& text) { return StringToVNALimitType(text); }
+    static std::array<double, kNumbers> Numbers(const VNALimitRange& r)
+    {
+        return {r.startFreq, r.stopFreq, r.startOffset, r.stopOffset};
+    }
+    static VNALimitRange Make(Type t, const std::array<double, kNumbers>& v)
+    {
+        return {t, v[0], v[1], v[2], v[3]};
+    }
+};
+
+template <>
+struct RangeFormat<VNARippleLimitRange>
+{
+    using Type = VNARippleLimitType;
+    static constexpr int kNumbers = 3;
+    static const char* FileType() { return "RippleLimitLineRangeTable"; }
+    static QStringList Columns()
+    {
+        return {QStringLiteral("Type"), QStringLiteral("StartFreq"), QStringLiteral("StopFreq"),
+                QStringLiteral("MaxRipple")};
+    }
+    static QString TypeText(Type t) { return VNARippleLimitTypeToString(t); }
+    static Type TypeFromText(const QString& text) { return StringToVNARippleLimitType(text); }
+    static std::array<double, kNumbers> Numbers(const VNARippleLimitRange& r)
+    {
+        return {r.startFreq, r.stopFreq, r.maxRipple};
+    }
+    static VNARippleLimitRange Make(Type t, const std::array<double, kNumbers>& v)
+    {
+        return {t, v[0], v[1], v[2]};
+    }
+};
+
+template <typename R>
+bool SaveTable(const QString& path, const QVector<R>& ranges, QString& error)
+{
+    using F = RangeFormat<R>;
+    if (ranges.isEmpty())
+    {
+        error = Tr("No ranges configured, cancelling.");
+        return false;
+    }
+    KXCsv csv;
+    csv.SetValue(0, 0, QStringLiteral("FileType"));
+    csv.SetValue(0, 1, QString::fromLatin1(F::FileType()));
+    csv.SetValue(1, 0, QStringLiteral("Version"));
+    csv.SetValue(1, 1, 1);
+    const QStringList columns = F::Columns();
+    for (int c = 0; c < columns.size(); ++c)
+    {
+        csv.SetValue(2, c, columns[c]);
+    }
+    for (int i = 0; i < ranges.size(); ++i)
+    {
+        const int row = kHeaderRows + i;
+        csv.SetValue(row, 0, F::TypeText(ranges[i].type));
+        const auto numbers = F::Numbers(ranges[i]);
+        for (int c = 0; c < F::kNumbers; ++c)
+        {
+            csv.SetValue(row, 1 + c, numbers[c]);
+        }
+    }
+    if (!csv.Write(path))
+    {
+        error = Tr("Unable to write file.");
+        return false;
+    }
+    return true;
+}
+
+template <typename R>
+bool LoadTable(const QString& path, QVector<R>& ranges, QString& error)
+{
+    using F = RangeFormat<R>;
+    KXCsv csv;
+    if (!csv.Read(path))
+    {
+        error = Tr("Unable to read file.");
+        return false;
+    }
+    bool versionOk = false;
+    const int version = csv.GetValue(1, 1).toString().trimmed().toInt(&versionOk);
+    if (csv.GetValue(0, 1).toString() != QLatin1String(F::FileType()) || !versionOk ||
+        version != 1 || csv.Rows() - kHeaderRows < 1)
+    {
+        error = Tr("Invalid file type.");
+        return false;
+    }
+    QVector<R> loaded(csv.Rows() - kHeaderRows);
+    for (int i = 0; i < loaded.size(); ++i)
+    {
+        const int row = kHeaderRows + i;
+        std::array<double, F::kNumbers> numbers;
+        for (int c = 0; c < F::kNumbers; ++c)
+        {
+            numbers[c] = CellDouble(csv, row, 1 + c);
+        }
+        // An unknown type text reads as Off.
+        loaded[i] = F::Make(F::TypeFromText(csv.GetValue(row, 0).toString()), numbers);
+    }
+    ranges = loaded;
+    return true;
+}
+
+template <typename R>
+bool RangesFromParams(const QStringList& params, QVector<R>& ranges, QString& error)
+{
+    using F = RangeFormat<R>;
+    constexpr int group = 1 + F::kNumbers;
+    if (params.size() % group != 0)
+    {
+        error = Tr("Invalid number of parameters, should be multiple of %1").arg(group);
+        return false;
+    }
+    ranges.resize(params.size() / group);
+    for (int i = 0; i < ranges.size(); ++i)
+    {
+        const int p = group * i;
+        std::array<double, F::kNumbers> numbers;
+        for (int c = 0; c < F::kNumbers; ++c)
+        {
+            numbers[c] = ParamDouble(params[p + 1 + c]);
+        }
+        // The type is stored as sent: a number outside the enumeration judges nothing.
+        ranges[i] = F::Make(typename F::Type(ParamInt(params[p])), numbers);
+    }
+    return true;
 }
 }  // namespace
 
@@ -306,135 +401,39 @@ bool EvaluateRippleRanges(const QVector<VNARippleLimitRange>& ranges, QVector<VN
     return pass;
 }
 
-// --- table files -----------------------------------------------------------------------------
+// --- table files and remote forms ----------------------------------------------------------
 
 bool SaveLimitTable(const QString& path, const QVector<VNALimitRange>& ranges, QString& error)
 {
-    if (ranges.isEmpty())
-    {
-        error = Tr("No ranges configured, cancelling.");
-        return false;
-    }
-    KXCsv csv;
-    WriteHeader(csv, kLimitFileType,
-                {QStringLiteral("Type"), QStringLiteral("StartFreq"), QStringLiteral("StopFreq"),
-                 QStringLiteral("StartOffset"), QStringLiteral("StopOffset")});
-    for (int i = 0; i < ranges.size(); ++i)
-    {
-        const VNALimitRange& r = ranges[i];
-        const int row = kHeaderRows + i;
-        csv.SetValue(row, 0, VNALimitTypeToString(r.type));
-        csv.SetValue(row, 1, r.startFreq);
-        csv.SetValue(row, 2, r.stopFreq);
-        csv.SetValue(row, 3, r.startOffset);
-        csv.SetValue(row, 4, r.stopOffset);
-    }
-    return WriteTable(path, csv, error);
+    return SaveTable(path, ranges, error);
 }
 
 bool LoadLimitTable(const QString& path, QVector<VNALimitRange>& ranges, QString& error)
 {
-    KXCsv csv;
-    if (!ReadTable(path, kLimitFileType, csv, error))
-    {
-        return false;
-    }
-    QVector<VNALimitRange> loaded(csv.Rows() - kHeaderRows);
-    for (int i = 0; i < loaded.size(); ++i)
-    {
-        VNALimitRange& r = loaded[i];
-        const int row = kHeaderRows + i;
-        r.type = StringToVNALimitType(csv.GetValue(row, 0).toString());
-        r.startFreq = CellDouble(csv, row, 1);
-        r.stopFreq = CellDouble(csv, row, 2);
-        r.startOffset = CellDouble(csv, row, 3);
-        r.stopOffset = CellDouble(csv, row, 4);
-    }
-    ranges = loaded;
-    return true;
+    return LoadTable(path, ranges, error);
 }
 
 bool SaveRippleTable(const QString& path, const QVector<VNARippleLimitRange>& ranges,
                      QString& error)
 {
-    if (ranges.isEmpty())
-    {
-        error = Tr("No ranges configured, cancelling.");
-        return false;
-    }
-    KXCsv csv;
-    WriteHeader(csv, kRippleFileType,
-                {QStringLiteral("Type"), QStringLiteral("StartFreq"), QStringLiteral("StopFreq"),
-                 QStringLiteral("MaxRipple")});
-    for (int i = 0; i < ranges.size(); ++i)
-    {
-        const VNARippleLimitRange& r = ranges[i];
-        const int row = kHeaderRows + i;
-        csv.SetValue(row, 0, VNARippleLimitTypeToString(r.type));
-        csv.SetValue(row, 1, r.startFreq);
-        csv.SetValue(row, 2, r.stopFreq);
-        csv.SetValue(row, 3, r.maxRipple);
-    }
-    return WriteTable(path, csv, error);
+    return SaveTable(path, ranges, error);
 }
 
 bool LoadRippleTable(const QString& path, QVector<VNARippleLimitRange>& ranges, QString& error)
 {
-    KXCsv csv;
-    if (!ReadTable(path, kRippleFileType, csv, error))
-    {
-        return false;
-    }
-    QVector<VNARippleLimitRange> loaded(csv.Rows() - kHeaderRows);
-    for (int i = 0; i < loaded.size(); ++i)
-    {
-        VNARippleLimitRange& r = loaded[i];
-        const int row = kHeaderRows + i;
-        r.type = StringToVNARippleLimitType(csv.GetValue(row, 0).toString());
-        r.startFreq = CellDouble(csv, row, 1);
-        r.stopFreq = CellDouble(csv, row, 2);
-        r.maxRipple = CellDouble(csv, row, 3);
-    }
-    ranges = loaded;
-    return true;
+    return LoadTable(path, ranges, error);
 }
-
-// --- remote data forms -----------------------------------------------------------------------
 
 bool LimitRangesFromParams(const QStringList& params, QVector<VNALimitRange>& ranges,
                            QString& error)
 {
-    if (!CheckGroups(params, 5, error))
-    {
-        return false;
-    }
-    ranges.resize(params.size() / 5);
-    for (int i = 0; i < ranges.size(); ++i)
-    {
-        const int p = 5 * i;
-        // The type is stored as sent: a number outside the enumeration judges nothing.
-        ranges[i] = {VNALimitType(ParamInt(params[p])), ParamDouble(params[p + 1]),
-                     ParamDouble(params[p + 2]), ParamDouble(params[p + 3]),
-                     ParamDouble(params[p + 4])};
-    }
-    return true;
+    return RangesFromParams(params, ranges, error);
 }
 
 bool RippleRangesFromParams(const QStringList& params, QVector<VNARippleLimitRange>& ranges,
                             QString& error)
 {
-    if (!CheckGroups(params, 4, error))
-    {
-        return false;
-    }
-    ranges.resize(params.size() / 4);
-    for (int i = 0; i < ranges.size(); ++i)
-    {
-        const int p = 4 * i;
-        ranges[i] = {VNARippleLimitType(ParamInt(params[p])), ParamDouble(params[p + 1]),
-                     ParamDouble(params[p + 2]), ParamDouble(params[p + 3])};
-    }
-    return true;
+    return RangesFromParams(params, ranges, error);
 }
 
 // --- the trace's tables ----------------------------------------------------------------------

@@ -189,6 +189,16 @@ void FillFilter(VNAChannel& ch, int n, double halfBw)
     }
 }
 
+VNATrace* AddS21Trace(VNAModel& model)
+{
+    QMutexLocker lock(&model.traceLock);
+    int index = 0;
+    VNATrace* t = model.InternalCreateTrace(index);
+    t->SetMeas(S21);
+    t->SetFormat(LogMag);
+    return t;
+}
+
 QString NextErrorText()
 {
     return SysErr::GetErrorCount() > 0 ? SysErr::GetNextError().detail : QString();
@@ -334,14 +344,7 @@ void TestLimits::chainOnFilter()
     VNAModel model;
     VNAChannel& ch = *model.channels[0];
     FillFilter(ch, 801, 0.6e9);
-    VNATrace* t = nullptr;
-    {
-        QMutexLocker lock(&model.traceLock);
-        int index = 0;
-        t = model.InternalCreateTrace(index);
-        t->SetMeas(S21);
-        t->SetFormat(LogMag);
-    }
+    VNATrace* t = AddS21Trace(model);
     // Before any pass the ripple verdict reads false; a pass with nothing to test passes both.
     QVERIFY(t->limitPass && !t->ripplePass);
     model.CalcTraces(0);
@@ -553,15 +556,9 @@ void TestLimits::tablesReplacedWhileRunning()
     // them; each side takes the table's mutex.
     VNAModel model;
     FillFilter(*model.channels[0], 2001, 0.5e9);
-    VNATrace* t = nullptr;
-    {
-        QMutexLocker lock(&model.traceLock);
-        int index = 0;
-        t = model.InternalCreateTrace(index);
-        t->SetMeas(S21);
-        t->SetLimitTest(true);
-        t->SetRippleTest(true);
-    }
+    VNATrace* t = AddS21Trace(model);
+    t->SetLimitTest(true);
+    t->SetRippleTest(true);
     std::thread chain(
         [&]()
         {
