@@ -38,7 +38,8 @@ bool IsAscending(const double* x, int n)
     return true;
 }
 
-// Indices [i0, i1) with start <= x <= stop, for ascending x and bounds that are numbers.
+// Indices [i0, i1) with start <= x <= stop, for ascending x. A NaN bound widens the run rather
+// than emptying it, so callers either rule NaN bounds out or check each point again.
 void AscendingRun(const double* x, int n, double start, double stop, int& i0, int& i1)
 {
     i0 = int(std::lower_bound(x, x + n, start) - x);
