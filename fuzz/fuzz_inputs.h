@@ -10,6 +10,8 @@
 #include <QString>
 #include <QTemporaryDir>
 #include <QVector>
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -18,11 +20,13 @@
 #include "application_settings.h"
 #include "error_log.h"
 #include "frequency.h"
+#include "kx_csv.h"
 #include "scpi_def.h"
 #include "scpi_parameters.h"
 #include "touchstone.h"
 #include "vna_calibration.h"
 #include "vna_calkit.h"
+#include "vna_limits.h"
 
 namespace fuzzinputs
 {
@@ -178,5 +182,126 @@ inline bool Calibration(const uint8_t* data, size_t size)
         cal.ApplyCorrections(raw, false);
     }
     return true;
+}
+// Limit and ripple table files (CSV): the cells must survive a write and a read unchanged, a
+// loaded table must save and load back as itself, a refusal must say why and change nothing, and
+// the limit verdict of a loaded table must not depend on the order of the points.
+inline bool SameNumber(double a, double b)
+{
+    return a == b ? std::signbit(a) == std::signbit(b) : (a != a && b != b);
+}
+
+inline bool CsvCellsRoundTrip(const QByteArray& bytes)
+{
+    KXCsv first;
+    first.FromText(bytes);
+    KXCsv second;
+    second.FromText(first.ToText());
+    if (second.Rows() != first.Rows())
+    {
+        return false;
+    }
+    for (int r = 0; r < first.Rows(); ++r)
+    {
+        if (second.Columns(r) != first.Columns(r))
+        {
+            return false;
+        }
+        for (int c = 0; c < first.Columns(r); ++c)
+        {
+            if (second.GetValue(r, c).toString() != first.GetValue(r, c).toString())
+            {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+inline bool LimitTableLoads(const QString& path)
+{
+    const QVector<VNALimitRange> untouched{{LimitMin, 1.0, 2.0, 3.0, 4.0}};
+    QVector<VNALimitRange> ranges = untouched;
+    QString error;
+    if (!LoadLimitTable(path, ranges, error))
+    {
+        return !error.isEmpty() && ranges.size() == 1 && ranges[0].stopOffset == 4.0;
+    }
+    // A path in the private folder; the save replaces the empty file.
+    const QString again = WriteInput(nullptr, 0, QStringLiteral("again.csv"));
+    QVector<VNALimitRange> back;
+    if (ranges.isEmpty() || !SaveLimitTable(again, ranges, error) ||
+        !LoadLimitTable(again, back, error) || back.size() != ranges.size())
+    {
+        return false;
+    }
+    QVector<QPair<double, double>> points;
+    for (int i = 0; i < ranges.size(); ++i)
+    {
+        const VNALimitRange &a = ranges[i], &b = back[i];
+        if (a.type != b.type || !SameNumber(a.startFreq, b.startFreq) ||
+            !SameNumber(a.stopFreq, b.stopFreq) || !SameNumber(a.startOffset, b.startOffset) ||
+            !SameNumber(a.stopOffset, b.stopOffset))
+        {
+            return false;
+        }
+        // The table's own corners as points.
+        points << qMakePair(a.startFreq, a.startOffset) << qMakePair(a.stopFreq, a.stopOffset);
+    }
+    const auto verdict = [&]()
+    {
+        QVector<double> x, y;
+        for (const auto& p : points)
+        {
+            x << p.first;
+            y << p.second;
+        }
+        return EvaluateLimitRanges(ranges, x, y);
+    };
+    const bool asRead = verdict();
+    // In ascending order (NaN last, so that the order is a strict one) the bisecting path runs.
+    std::sort(points.begin(), points.end(),
+              [](const auto& a, const auto& b)
+              { return a.first < b.first || (a.first == a.first && b.first != b.first); });
+    return verdict() == asRead;
+}
+
+inline bool RippleTableLoads(const QString& path)
+{
+    const QVector<VNARippleLimitRange> untouched{{RippleMargin, 1.0, 2.0, 3.0}};
+    QVector<VNARippleLimitRange> ranges = untouched;
+    QString error;
+    if (!LoadRippleTable(path, ranges, error))
+    {
+        return !error.isEmpty() && ranges.size() == 1 && ranges[0].maxRipple == 3.0;
+    }
+    // A path in the private folder; the save replaces the empty file.
+    const QString again = WriteInput(nullptr, 0, QStringLiteral("again.csv"));
+    QVector<VNARippleLimitRange> back;
+    if (ranges.isEmpty() || !SaveRippleTable(again, ranges, error) ||
+        !LoadRippleTable(again, back, error) || back.size() != ranges.size())
+    {
+        return false;
+    }
+    for (int i = 0; i < ranges.size(); ++i)
+    {
+        const VNARippleLimitRange &a = ranges[i], &b = back[i];
+        if (a.type != b.type || !SameNumber(a.startFreq, b.startFreq) ||
+            !SameNumber(a.stopFreq, b.stopFreq) || !SameNumber(a.maxRipple, b.maxRipple))
+        {
+            return false;
+        }
+    }
+    const QVector<double> x{-1.0, 0.0, 1e9, 2e9, 40e9}, y{0.0, 1.0, -1.0, 0.5, 0.0};
+    QVector<VNARippleMeas> meas;
+    EvaluateRippleRanges(ranges, meas, x, y);
+    return meas.size() == ranges.size();
+}
+
+inline bool LimitTables(const uint8_t* data, size_t size)
+{
+    const QString path = WriteInput(data, size, QStringLiteral("input.csv"));
+    const QByteArray bytes(reinterpret_cast<const char*>(data), int(size));
+    return CsvCellsRoundTrip(bytes) && LimitTableLoads(path) && RippleTableLoads(path);
 }
 }  // namespace fuzzinputs

@@ -85,12 +85,27 @@ void MinMax(const double* src, int n, double& min, double& max)
     {
         return;
     }
-    min = max = src[0];
-    for (int i = 1; i < n; ++i)
+    // Four lanes, each started from src[0], so the loop is not bound by the latency of one
+    // chain. The result is the sequential one: a NaN first element stays (every lane holds it),
+    // any later NaN is passed over, as std::min and std::max treat their second argument.
+    double lo[4] = {src[0], src[0], src[0], src[0]};
+    double hi[4] = {src[0], src[0], src[0], src[0]};
+    int i = 1;
+    for (; i + 4 <= n; i += 4)
     {
-        min = std::min(min, src[i]);
-        max = std::max(max, src[i]);
+        for (int k = 0; k < 4; ++k)
+        {
+            lo[k] = std::min(lo[k], src[i + k]);
+            hi[k] = std::max(hi[k], src[i + k]);
+        }
     }
+    for (; i < n; ++i)
+    {
+        lo[0] = std::min(lo[0], src[i]);
+        hi[0] = std::max(hi[0], src[i]);
+    }
+    min = std::min(std::min(lo[0], lo[1]), std::min(lo[2], lo[3]));
+    max = std::max(std::max(hi[0], hi[1]), std::max(hi[2], hi[3]));
 }
 
 void MinEvery(const double* a, const double* b, double* dst, int n)

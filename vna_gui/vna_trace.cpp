@@ -8,6 +8,7 @@
 #include "error_log.h"
 #include "signal_ops.h"
 #include "time_domain.h"
+#include "vna_limits.h"
 #include "vna_meas.h"
 
 namespace
@@ -1098,10 +1099,12 @@ void VNATrace::BuildMemoryCurve()
 
 void VNATrace::RunLimitTest()
 {
-    // Hook for the limit test; judges y against limitRanges under limitLock.
+    QMutexLocker lock(&limitLock.mutex);
+    limitPass = EvaluateLimitRanges(limitRanges, x, y);
 }
 
 void VNATrace::RunRippleTest()
 {
-    // Hook for the ripple test; fills rippleMeas under rippleLock.
+    QMutexLocker lock(&rippleLock.mutex);
+    ripplePass = EvaluateRippleRanges(rippleRanges, rippleMeas, x, y);
 }

@@ -356,6 +356,26 @@ public:
     QString GetMarkerLabel(int i) const;
     QString GetMarkerXString(int i) const;
     QString GetMarkerValueString(int i) const;
+    // Limit and ripple tables (vna_limits.cpp). Each call takes the table's own mutex, so editors
+    // and remote commands may use them while the chain runs under the model's trace lock.
+    QVector<VNALimitRange> GetLimitRanges() const;
+    void SetLimitRanges(const QVector<VNALimitRange>& ranges);
+    QVector<VNARippleLimitRange> GetRippleRanges() const;
+    // Also sizes the per-range results to the new table.
+    void SetRippleRanges(const QVector<VNARippleLimitRange>& ranges);
+    QVector<VNARippleMeas> GetRippleMeas() const;
+    // Remote data forms: groups of 5 (limit) or 4 (ripple) parameters. A count that is not a
+    // whole number of groups records error -2 and changes nothing.
+    bool SetLimitData(const QStringList& params);
+    bool SetRippleData(const QStringList& params);
+    // Flags are single bytes written without a lock; the next pass of the chain applies them.
+    void SetLimitTest(bool on) { limitTest = on; }
+    void SetLimitShow(bool on) { limitShow = on; }
+    void SetLimitSound(bool on) { limitSound = on; }
+    void SetRippleTest(bool on) { rippleTest = on; }
+    void SetRippleShow(bool on) { rippleShow = on; }
+    // The last pass failed the limit test of a trace that asks to be heard.
+    bool LimitFailSoundDue() const { return limitTest && limitSound && !limitPass; }
 
     // Steps of the chain after the channel's processed data is ready (selection onwards). The
     // model is there for the stages that read other traces or channels, and may be null.

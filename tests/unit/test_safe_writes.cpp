@@ -13,6 +13,7 @@
 #include "application_settings.h"
 #include "test_fixtures.h"
 #include "touchstone.h"
+#include "vna_limits.h"
 #include "vna_trace.h"
 
 namespace
@@ -79,6 +80,7 @@ private slots:
     void initTestCase() { testfx::IsolateUserFiles(); }
     void touchstone();
     void traceExport();
+    void rangeTables();
     void settingsFiles();
 };
 
@@ -162,6 +164,47 @@ void TestSafeWrites::traceExport()
         big.Export(path);
         QCOMPARE(ReadAll(path).count('\n'), big.x.size() + 1);
         trace.Export(path);
+    }
+}
+
+void TestSafeWrites::rangeTables()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString limitPath = dir.filePath(QStringLiteral("limits.csv"));
+    const QString ripplePath = dir.filePath(QStringLiteral("ripple.csv"));
+    QString error;
+    QVERIFY(SaveLimitTable(limitPath, {{LimitMax, 1e9, 2e9, -3.0, -3.0}}, error));
+    QVERIFY(SaveRippleTable(ripplePath, {{RippleAbsolute, 1e9, 2e9, 0.5}}, error));
+    const QByteArray goodLimits = ReadAll(limitPath), goodRipple = ReadAll(ripplePath);
+
+    // Tables too large for the limit, below and above Qt's write buffer.
+    for (int count : {200, 2000})
+    {
+        QVector<VNALimitRange> limits(count);
+        QVector<VNARippleLimitRange> ripples(count);
+        for (int i = 0; i < count; ++i)
+        {
+            limits[i] = {LimitMin, 1e9 + i * 1.1e3, 1.5e9 + i * 1.3e3, -0.1 * i, -0.2 * i};
+            ripples[i] = {RippleMargin, 1e9 + i * 1.1e3, 1.5e9 + i * 1.3e3, 0.01 * i};
+        }
+        {
+            FileSizeLimit limit(kLimit);
+            QVERIFY(limit.active);
+            QVERIFY(!SaveLimitTable(limitPath, limits, error));
+            QCOMPARE(error, QStringLiteral("Unable to write file."));
+            QVERIFY(!SaveRippleTable(ripplePath, ripples, error));
+        }
+        QCOMPARE(ReadAll(limitPath), goodLimits);
+        QCOMPARE(ReadAll(ripplePath), goodRipple);
+        QCOMPARE(Entries(dir.path()),
+                 (QStringList{QStringLiteral("limits.csv"), QStringLiteral("ripple.csv")}));
+        // Without the limit they go in whole.
+        QVERIFY(SaveLimitTable(limitPath, limits, error));
+        QVector<VNALimitRange> back;
+        QVERIFY(LoadLimitTable(limitPath, back, error));
+        QCOMPARE(back.size(), count);
+        QVERIFY(SaveLimitTable(limitPath, {{LimitMax, 1e9, 2e9, -3.0, -3.0}}, error));
     }
 }
 
