@@ -34,6 +34,7 @@ struct Counts
     qint64 noReply = 0;
     qint64 strayLines = 0;
     qint64 garbageLines = 0;
+    qint64 reconnects = 0;
     qint64 errorsQueued = 0;
     qint64 errorsRead = 0;
     QMap<int, qint64> errorCodes;
@@ -208,6 +209,31 @@ public:
         {
             Query("*OPC?", ok);
             DrainErrors();
+        }
+        if (round % 10 == 9)
+        {
+            Depart();
+        }
+    }
+
+    // Leaves as a crashed client would, while a single sweep runs, with *OPC? waiting and half a
+    // line sent, then comes back: nothing of the old connection may reach the new one.
+    void Depart()
+    {
+        Send(":INIT1:IMM;*OPC?");
+        socket.write(":SENS1:FREQ:ST");
+        socket.flush();
+        socket.abort();
+        ++counts.reconnects;
+        if (Connect(30000))
+        {
+            bool ok = false;
+            const QByteArray idn = Query("*IDN?", ok);
+            if (ok && !idn.startsWith("Kestrix,"))
+            {
+                ++counts.strayLines;
+            }
+            Send(":INIT1:CONT 1");
         }
     }
 
@@ -384,8 +410,8 @@ int main(int argc, char* argv[])
     std::printf("soak: lines sent %lld, queries %lld, answered %lld, no reply %lld, stray %lld\n",
                 counts.linesSent, counts.queriesSent, counts.answered, counts.noReply,
                 counts.strayLines);
-    std::printf("soak: garbage lines %lld, data values received %lld\n", counts.garbageLines,
-                counts.dataPoints);
+    std::printf("soak: garbage lines %lld, data values received %lld, reconnections %lld\n",
+                counts.garbageLines, counts.dataPoints, counts.reconnects);
     std::printf("soak: errors queued %lld, read %lld:", counts.errorsQueued, counts.errorsRead);
     for (auto it = counts.errorCodes.cbegin(); it != counts.errorCodes.cend(); ++it)
     {
