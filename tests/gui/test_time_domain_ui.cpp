@@ -224,6 +224,8 @@ private:
     QWidget* GatePanel() const { return window->Panel(10); }
     VNATrace* Trace(int index) { return window->Model().traces.value(index, nullptr); }
     GateOf Gate(int index);
+    // Read under the trace lock: the measurement loop writes the auto-scaled range.
+    VNATransformSettings Transform(int index);
     // A time-domain trace on a plot of its own model, filled with points by value(time).
     int PlotTrace(VNAModel& model, const std::function<double(double)>& value);
 
@@ -263,6 +265,12 @@ GateOf TestTimeDomainUi::Gate(int index)
     return {t->gateEnabled, t->gateType, t->gateShape, t->gateStart, t->gateStop};
 }
 
+VNATransformSettings TestTimeDomainUi::Transform(int index)
+{
+    QMutexLocker lock(&window->Model().traceLock);
+    return Trace(index)->transform;
+}
+
 void TestTimeDomainUi::transformPanelWarningGridAndRange()
 {
     window->panelButtonClicked(9);
@@ -280,7 +288,7 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
         Choose(Field(panel, "Measurement Type"), TransformLowpassStep);
         QCOMPARE(ok.texts, QStringList{kLowpassWarning});
     }
-    QCOMPARE(Trace(active)->transform.type, TransformBandpass);
+    QCOMPARE(Transform(active).type, TransformBandpass);
     auto* type = qobject_cast<KXComboBox*>(Field(panel, "Measurement Type"));
     QCOMPARE(type->GetCurrentData().toInt(), int(TransformBandpass));
     // Hidden, the same refusal shows nothing (a box would be up, and answered, inside the call).
@@ -291,7 +299,7 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
         QVERIFY(ok.texts.isEmpty());
     }
     Hidden::Set(false);
-    QCOMPARE(Trace(active)->transform.type, TransformBandpass);
+    QCOMPARE(Transform(active).type, TransformBandpass);
 
     // The low-pass grid: 3 GHz / 201 points is below the lowest frequency, so the step becomes
     // 40 MHz and the points as many as fit under the stop.
@@ -308,7 +316,7 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
         Choose(Field(panel, "Measurement Type"), TransformLowpassImpulse);
         QVERIFY(ok.texts.isEmpty());
     }
-    QCOMPARE(Trace(active)->transform.type, TransformLowpassImpulse);
+    QCOMPARE(Transform(active).type, TransformLowpassImpulse);
 
     // Enabled with auto scale: the range is the whole low-pass record, 2 (N + 1) - 1 points at
     // 1 / (2 stop) apart and centred on zero, and the range fields are locked.
@@ -316,33 +324,33 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
     QVERIFY(Trace(active)->transformEnabled);
     const double dt = 1.0 / (2.0 * stim.stop);
     const int half = stim.points;  // (2 (N + 1) - 1) / 2
-    QVERIFY(std::fabs(Trace(active)->transform.start + half * dt) < 1e-18);
-    QVERIFY(std::fabs(Trace(active)->transform.stop - half * dt) < 1e-18);
+    QVERIFY(std::fabs(Transform(active).start + half * dt) < 1e-18);
+    QVERIFY(std::fabs(Transform(active).stop - half * dt) < 1e-18);
     QVERIFY(!Field(panel, "Start")->isEnabled());
     QCOMPARE(qobject_cast<QLineEdit*>(Field(panel, "Stop"))->text(), TimeText(half * dt));
 
     // Typed range: auto scale off, centre and span edits keep each other.
     Click(Field(panel, "Auto Scale"));
-    QVERIFY(!Trace(active)->transform.autoScale);
+    QVERIFY(!Transform(active).autoScale);
     Type(Field(panel, "Center"), "5 ns");
     Type(Field(panel, "Span"), "20 ns");
-    QVERIFY(std::fabs(Trace(active)->transform.start + 5e-9) < 1e-18);
-    QVERIFY(std::fabs(Trace(active)->transform.stop - 15e-9) < 1e-18);
+    QVERIFY(std::fabs(Transform(active).start + 5e-9) < 1e-18);
+    QVERIFY(std::fabs(Transform(active).stop - 15e-9) < 1e-18);
     // A start past the stop takes the stop along and keeps the span.
     Type(Field(panel, "Start"), "30 ns");
-    QVERIFY(std::fabs(Trace(active)->transform.start - 30e-9) < 1e-18);
-    QVERIFY(std::fabs(Trace(active)->transform.stop - 50e-9) < 1e-18);
+    QVERIFY(std::fabs(Transform(active).start - 30e-9) < 1e-18);
+    QVERIFY(std::fabs(Transform(active).stop - 50e-9) < 1e-18);
 
     // Custom window: beta is offered and held to its range.
     QVERIFY(!Field(panel, "Kaiser Beta")->isEnabled());
     Choose(Field(panel, "Window"), WindowCustom);
     Type(Field(panel, "Kaiser Beta"), "55");
-    QCOMPARE(Trace(active)->transform.window, WindowCustom);
-    QCOMPARE(Trace(active)->transform.beta, kMaxWindowBeta);
+    QCOMPARE(Transform(active).window, WindowCustom);
+    QCOMPARE(Transform(active).beta, kMaxWindowBeta);
     Choose(Field(panel, "Marker Units"), UnitsFeet);
     Choose(Field(panel, "Marker Mode"), MarkerModeTransmission);
-    QCOMPARE(Trace(active)->transform.units, UnitsFeet);
-    QCOMPARE(Trace(active)->transform.markerMode, MarkerModeTransmission);
+    QCOMPARE(Transform(active).units, UnitsFeet);
+    QCOMPARE(Transform(active).markerMode, MarkerModeTransmission);
 }
 
 void TestTimeDomainUi::cableListSetsVelocityAndOutlivesPreferences()
@@ -366,7 +374,7 @@ void TestTimeDomainUi::cableListSetsVelocityAndOutlivesPreferences()
 
     // Solid polyethylene carries waves at two thirds of the speed of light.
     Choose(cables, itemOf("Solid PE"));
-    QCOMPARE(Trace(active)->transform.velocityFactor, 0.66);
+    QCOMPARE(Transform(active).velocityFactor, 0.66);
     QCOMPARE(qobject_cast<QLineEdit*>(Field(panel, "Velocity Factor"))->text(), QString("0.660"));
 
     // An operator's cable: the factor typed, then named.
@@ -381,14 +389,14 @@ void TestTimeDomainUi::cableListSetsVelocityAndOutlivesPreferences()
     QCOMPARE(Preferences::Get().userCables[0].name, QString("Bench cable 7"));
     QVERIFY(cables->currentText().startsWith("Bench cable 7"));
     Choose(cables, itemOf("Foam PE"));
-    QCOMPARE(Trace(active)->transform.velocityFactor, 0.82);
+    QCOMPARE(Transform(active).velocityFactor, 0.82);
     Choose(cables, itemOf("Bench cable 7"));
-    QCOMPARE(Trace(active)->transform.velocityFactor, 0.712);
+    QCOMPARE(Transform(active).velocityFactor, 0.712);
     // Typed factors are held to what a cable can be.
     Type(Field(panel, "Velocity Factor"), "1.7");
-    QCOMPARE(Trace(active)->transform.velocityFactor, kMaxVelocityFactor);
+    QCOMPARE(Transform(active).velocityFactor, kMaxVelocityFactor);
     window->transformVFChanged(active, 0.0);
-    QCOMPARE(Trace(active)->transform.velocityFactor, kMinVelocityFactor);
+    QCOMPARE(Transform(active).velocityFactor, kMinVelocityFactor);
     window->transformAddCable("   ", 0.5);  // no name: nothing kept
     QCOMPARE(Preferences::Get().userCables.size(), 1);
 
