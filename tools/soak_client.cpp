@@ -1,6 +1,7 @@
 // Soak client: drives the program's remote interface on loopback for a set time with a mix of
-// stimulus changes, data, marker and calibration queries and deliberate garbage, then reports
-// what was answered, what was not, the errors the program queued and its resident memory.
+// stimulus changes, data, marker, calibration, time-domain and gating commands and deliberate
+// garbage, then reports what was answered, what was not, the errors the program queued and its
+// resident memory.
 //   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 1000] [--seed N]
 // Exits 1 when the program stops answering altogether (connection lost, or nothing answered).
 #include <QByteArray>
@@ -201,6 +202,8 @@ public:
             Query(QStringLiteral(":SENS%1:CORR:CSET:ETER? EDF").arg(ch).toLatin1(), ok);
         }
 
+        TimeDomain(round, ch);
+
         if (round % 3 == 0)
         {
             Garbage();
@@ -234,6 +237,71 @@ public:
                 ++counts.strayLines;
             }
             Send(":INIT1:CONT 1");
+        }
+    }
+
+    // Time transform and gate of the channel's first measurement: every setting with its query,
+    // low-pass types that the stimulus may refuse, and now and then the low-pass grid.
+    void TimeDomain(int round, int ch)
+    {
+        static const char* const types[] = {"BPAS", "LPST", "LPIM"};
+        static const char* const windows[] = {"MIN", "NORM", "MAX", "CUST"};
+        static const char* const modes[] = {"AUTO", "REFL", "TRAN"};
+        static const char* const units[] = {"TIME", "METR", "FEET", "INCH"};
+        static const char* const gates[] = {"BPAS", "NOTC"};
+        static const char* const shapes[] = {"MIN", "NORM", "WIDE", "MAX"};
+        const QByteArray m = QStringLiteral(":CALC%1:MEAS1:").arg(ch).toLatin1();
+        const QByteArray time = m + "TRAN:TIME:";
+        const QByteArray gate = m + "FILT:GATE:TIME:";
+        auto pick = [this](const char* const* words, int n) { return words[rng.bounded(n)]; };
+        auto ns = [this](int range)
+        { return QByteArray::number(rng.bounded(range) - range / 2) + "NS"; };
+        bool ok = false;
+        if (round % 6 == 0)
+        {
+            Send(time + "SLPF");
+            Query(time + "SLPF?", ok);
+        }
+        // Off one round in three, so the frequency-domain commands keep running too.
+        Send(time + "STAT " + (round % 3 == 2 ? "OFF" : "ON"));
+        Send(time + "TYPE " + pick(types, 3));
+        Send(time + "WIND:TYPE " + pick(windows, 4));
+        Send(time + "KBES " + QByteArray::number(rng.bounded(250) * 0.1));
+        Send(time + "MARK:MODE " + pick(modes, 3));
+        Send(time + "MARK:UNIT " + pick(units, 4));
+        Send(time + "MARK:VELF " + QByteArray::number(0.5 + rng.bounded(50) * 0.01));
+        if (round % 2 == 0)
+        {
+            Send(time + "SCAL:AUTO:STAT ON");
+        }
+        else
+        {
+            Send(time + "SCAL:CENT " + ns(20));
+            Send(time + "SCAL:SPAN " + QByteArray::number(1 + rng.bounded(40)) + "NS");
+        }
+        for (const char* q :
+             {"STAT?", "TYPE?", "WIND:TYPE?", "KBES?", "MARK:MODE?", "MARK:UNIT?", "MARK:VELF?",
+              "SCAL:AUTO:STAT?", "SCAL:STAR?", "SCAL:STOP?", "SCAL:CENT?", "SCAL:SPAN?"})
+        {
+            Query(time + q, ok);
+        }
+
+        Send(gate + "STAT " + (round % 4 == 3 ? "OFF" : "ON"));
+        Send(gate + "TYPE " + pick(gates, 2));
+        Send(gate + "SHAP " + pick(shapes, 4));
+        if (round % 2 == 0)
+        {
+            Send(gate + "STAR " + ns(10));
+            Send(gate + "STOP " + ns(10));  // may fall before the start: a defined gate too
+        }
+        else
+        {
+            Send(gate + "CENT " + ns(10));
+            Send(gate + "SPAN " + QByteArray::number(1 + rng.bounded(10)) + "NS");
+        }
+        for (const char* q : {"STAT?", "STAR?", "STOP?", "CENT?", "SPAN?", "TYPE?", "SHAP?"})
+        {
+            Query(gate + q, ok);
         }
     }
 

@@ -207,18 +207,52 @@ public:
     explicit LimitLinePanel(MainWindow* window);
 };
 
-class TimeDomainPanel : public PendingControlsPanel
+// The active trace's time transform, with the cable list that sets its velocity factor.
+class TimeDomainPanel : public PanelBase
 {
     Q_OBJECT
 public:
     explicit TimeDomainPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    // Lists the built-in and the operator's cables, showing the one of this velocity factor.
+    void FillCables(double velocityFactor);
+    void CableSelected();
+    void AddCablePressed();
+
+    QCheckBox* enabled;
+    KXComboBox* type;
+    KXComboBox* windowType;
+    KXLineEdit* beta;
+    KXComboBox* markerMode;
+    KXComboBox* units;
+    KXLineEdit* velocity;
+    KXComboBox* cables;
+    QCheckBox* autoScale;
+    KXLineEdit* start;
+    KXLineEdit* stop;
+    KXLineEdit* center;
+    KXLineEdit* span;
 };
 
-class TimeGatingPanel : public PendingControlsPanel
+// The active trace's time gate and the gate coupling of its channel.
+class TimeGatingPanel : public PanelBase
 {
     Q_OBJECT
 public:
     explicit TimeGatingPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    QCheckBox* enabled;
+    KXLineEdit* start;
+    KXLineEdit* stop;
+    KXLineEdit* center;
+    KXLineEdit* span;
+    KXComboBox* type;
+    KXComboBox* shape;
+    QCheckBox* coupled;
 };
 
 // Asks for the channel, the measurements, the plot and the format of new traces.

@@ -243,6 +243,56 @@ public slots:
     // --- limit and ripple tests (mainwindow_limits.cpp) ------------------------------------------
 
     // --- time domain and gating (mainwindow_time.cpp) --------------------------------------------
+    // Transform and gate settings of a trace, by index; the forms without one act on the active
+    // trace, as the panels do. Values out of range are clamped, unknown enumerations ignored.
+    void transformEnabled(int trace, bool enabled);
+    void transformEnabled(bool enabled);
+    // A low-pass type on a stimulus that does not reach DC is refused with a warning.
+    void transformTypeChanged(int trace, int type);
+    void transformTypeChanged(int type);
+    void transformWindowChanged(int trace, int window);
+    void transformWindowChanged(int window);
+    void transformWindowBetaChanged(int trace, double beta);
+    void transformWindowBetaChanged(double beta);
+    void transformMarkerModeChanged(int trace, int mode);
+    void transformMarkerModeChanged(int mode);
+    void transformUnitsChanged(int trace, int units);
+    void transformUnitsChanged(int units);
+    void transformVFChanged(int trace, double factor);
+    void transformVFChanged(double factor);
+    void transformAutoScaleChanged(int trace, bool enabled);
+    void transformAutoScaleChanged(bool enabled);
+    // A displayed range typed in ends auto scale, so that it stands; start stays below stop.
+    void transformStartChanged(int trace, double seconds);
+    void transformStartChanged(double seconds);
+    void transformStopChanged(int trace, double seconds);
+    void transformStopChanged(double seconds);
+    void transformCenterChanged(int trace, double seconds);
+    void transformCenterChanged(double seconds);
+    void transformSpanChanged(int trace, double seconds);
+    void transformSpanChanged(double seconds);
+    // Moves the trace's channel onto a low-pass grid (start equal to the step).
+    void transformSetLPFreqs(int trace);
+    void transformSetLPFreqs();
+    // Keeps a velocity factor under a name in the operator's cable list.
+    void transformAddCable(const QString& name, double factor);
+    void gatingEnabled(int trace, bool enabled);
+    void gatingEnabled(bool enabled);
+    void gatingStartChanged(int trace, double seconds);
+    void gatingStartChanged(double seconds);
+    void gatingStopChanged(int trace, double seconds);
+    void gatingStopChanged(double seconds);
+    void gatingCenterChanged(int trace, double seconds);
+    void gatingCenterChanged(double seconds);
+    void gatingSpanChanged(int trace, double seconds);
+    void gatingSpanChanged(double seconds);
+    void gatingTypeChanged(int trace, int type);
+    void gatingTypeChanged(int type);
+    void gatingShapeChanged(int trace, int shape);
+    void gatingShapeChanged(int shape);
+    // Gate coupling of the trace's channel; switching it on spreads this trace's gate.
+    void gatingCoupledSettingsEnabled(int trace, bool enabled);
+    void gatingCoupledSettingsEnabled(bool enabled);
 
     // --- calibration (mainwindow_calibration.cpp) ------------------------------------------------
 

@@ -107,6 +107,7 @@ int MainWindow::CreateTrace(int channel, int plot, VNATraceMeas meas, VNATraceFo
         t->SetMeas(meas);
         t->SetFormat(format);
         model.mapper.SetPos(channel, model.mapper.GetNextAvailablePos(channel), index);
+        model.TimeGateCouplingApplyToTrace(t);
     }
     return index;
 }
@@ -496,6 +497,7 @@ bool MainWindow::DefineMeasurement(int channel, int place)
         VNATrace* t = model.InternalCreateTrace(index);
         t->SetChannel(channel);
         model.mapper.SetPos(channel, place, index);
+        model.TimeGateCouplingApplyToTrace(t);
     }
     UpdateAll(channel);
     return true;

@@ -148,6 +148,7 @@ void MainWindow::traceChannelChanged(int channel)
             t->SetChannel(channel);
             model.mapper.SetPos(channel, model.mapper.GetNextAvailablePos(channel),
                                 model.selectedTraceIndex);
+            model.TimeGateCouplingApplyToTrace(t);
         }
     }
     model.channels[channel]->enabled = true;

@@ -102,6 +102,7 @@ void Preferences::LoadPreset()
     ApplicationSettings s(GetPreferencesIniPath());
     s.BeginGroup(QStringLiteral("Preferences"));
     Transfer(s, *this, true);
+    LoadCables(s, QStringLiteral("UserCables"), userCables);
     s.EndGroup();
     SetDefaultPowerConfig(onPresetPowerLevel);
     SetProgramStyle(programStyle, true);
@@ -112,6 +113,7 @@ void Preferences::SavePreset() const
     ApplicationSettings s(GetPreferencesIniPath());
     s.BeginGroup(QStringLiteral("Preferences"));
     Transfer(s, const_cast<Preferences&>(*this), false);
+    SaveCables(s, QStringLiteral("UserCables"), userCables);
     s.EndGroup();
     s.Sync();
 }

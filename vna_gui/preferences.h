@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "cable_list.h"
 #include "vna_stimulus.h"
 
 enum KXStyleSheet : int32_t
@@ -53,6 +54,8 @@ public:
     bool scpiLogIsFIFO = true;
     bool useFactoryCal = true;
     KXStyleSheet programStyle = KXStyleDark;
+    // The operator's own cables of the time-domain panel, beside the built-in list.
+    QVector<VNACable> userCables;
     bool saveOnClose = true;
 
 private:

@@ -682,3 +682,21 @@ double DisplayUnitsToTime(double value, const VNATransformSettings& settings, VN
     }
     return UnitsToMeters(value, settings.units) / MetersPerSecond(settings, meas);
 }
+
+QString TimeToDisplayString(double t, const VNATransformSettings& settings, VNATraceMeas meas,
+                            int digits)
+{
+    const double metres = t * MetersPerSecond(settings, meas);
+    switch (settings.units)
+    {
+        case UnitsMeters:
+            return GetMetersString(metres, digits);
+        case UnitsFeet:
+            return GetFootString(metres, digits);
+        case UnitsInches:
+            return GetInchesString(metres, digits);
+        case UnitsTime:
+            break;
+    }
+    return getTimeString(t, digits);
+}

@@ -3,6 +3,7 @@
 // transform time into distance.
 #pragma once
 
+#include <QString>
 #include <QVector>
 #include <complex>
 #include <cstdint>
@@ -70,3 +71,16 @@ double UnitsToMeters(double value, VNATransformUnits units);
 // Transform time in the settings' units (seconds for time), and back.
 double TimeToDisplayUnits(double t, const VNATransformSettings& settings, VNATraceMeas meas);
 double DisplayUnitsToTime(double value, const VNATransformSettings& settings, VNATraceMeas meas);
+// A transform time as the axis and the markers show it: a time text in time units, otherwise the
+// distance in metres, feet or inches.
+QString TimeToDisplayString(double t, const VNATransformSettings& settings, VNATraceMeas meas,
+                            int digits);
+
+// --- ranges that operator edits are held to ---------------------------------------------------
+constexpr double kMinVelocityFactor = 0.1;
+constexpr double kMaxVelocityFactor = 1.0;
+// Past Maximum's 13 a custom window only narrows further; at 20 its side lobes are already far
+// below any measurement's noise.
+constexpr double kMaxWindowBeta = 20.0;
+// The displayed time span never collapses to nothing, which would leave the plot no scale.
+constexpr double kMinTimeSpan = 1e-15;

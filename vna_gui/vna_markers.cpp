@@ -7,6 +7,7 @@
 
 #include "frequency.h"
 #include "signal_ops.h"
+#include "time_domain.h"
 #include "vna_trace.h"
 
 namespace
@@ -15,9 +16,6 @@ QString Tr(const char* text)
 {
     return QCoreApplication::translate("VNATrace", text);
 }
-
-// The readouts' propagation constant, kept at this value so distances match earlier releases.
-constexpr double kSpeedOfLight = 299792500.0;
 
 // For every point, whether the walk from it in direction step (-1 towards lower indices, +1
 // towards higher ones) meets a point at least excursion below it before a strictly higher point
@@ -90,12 +88,6 @@ QPointF Extreme(const VNATrace& t, bool maximum, bool& ok, int& index)
         sig::MinIndx(v->constData(), v->size(), value, index);
     }
     return QPointF(t.x[index], t.y[index]);
-}
-
-bool IsReflectionReadout(const VNATrace& t)
-{
-    return t.transform.markerMode == MarkerModeReflection ||
-           (t.transform.markerMode == MarkerModeAuto && (t.meas == S11 || t.meas == S22));
 }
 
 QString FreqString(double hz)
@@ -538,8 +530,7 @@ QStringList VNATrace::GetBandwidthReadout() const
 
 double VNATrace::GetMarkerDistance(double time) const
 {
-    const double s = IsReflectionReadout(*this) ? 0.5 : 1.0;
-    return time * kSpeedOfLight * transform.velocityFactor * s;
+    return time * MetersPerSecond(transform, meas);
 }
 
 QString VNATrace::GetMarkerLabel(int i) const
@@ -574,18 +565,7 @@ QString VNATrace::GetMarkerXString(int i) const
     }
     if (transformEnabled)
     {
-        switch (transform.units)
-        {
-            case UnitsMeters:
-                return GetMetersString(GetMarkerDistance(m->x), 3);
-            case UnitsFeet:
-                return GetFootString(GetMarkerDistance(m->x), 3);
-            case UnitsInches:
-                return GetInchesString(GetMarkerDistance(m->x), 3);
-            case UnitsTime:
-                break;
-        }
-        return getTimeString(m->x, 3);
+        return TimeToDisplayString(m->x, transform, meas, 3);
     }
     if (i != kReferenceMarker && m->delta)
     {

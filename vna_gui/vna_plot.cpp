@@ -17,6 +17,7 @@
 #include "color_prefs.h"
 #include "frequency.h"
 #include "preferences.h"
+#include "time_domain.h"
 #include "vna_meas.h"
 #include "vna_model.h"
 #include "vna_trace.h"
@@ -24,7 +25,6 @@
 namespace
 {
 constexpr int kDivisions = 10;
-constexpr double kSpeedOfLight = 299792500.0;
 // Curves with more points than this many per pixel column are reduced before stroking.
 constexpr int kDecimateFactor = 2;
 
@@ -37,43 +37,6 @@ QPoint RoundPos(const QPointF& p)
 QString FreqText(double hz)
 {
     return Frequency(hz).GetFreqString();
-}
-
-// Time texts of the transformed axis, in the unit that keeps the number readable.
-QString TimeText(double t, int digits)
-{
-    static const struct
-    {
-        double scale;
-        const char* unit;
-    } units[] = {{1.0, "s"}, {1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}, {1e-12, "ps"}};
-    const double a = std::fabs(t);
-    int u = 0;
-    while (u < 4 && a < units[u].scale)
-    {
-        ++u;
-    }
-    if (a == 0.0)
-    {
-        u = 3;
-    }
-    return QString::number(t / units[u].scale, 'f', digits) + QLatin1Char(' ') +
-           QLatin1String(units[u].unit);
-}
-
-QString MetersText(double m, int digits)
-{
-    return QString::number(m, 'f', digits) + QStringLiteral(" m");
-}
-
-QString FootText(double m, int digits)
-{
-    return QString::number(m / 0.3048, 'f', digits) + QStringLiteral(" ft");
-}
-
-QString InchesText(double m, int digits)
-{
-    return QString::number(m / 0.0254, 'f', digits) + QStringLiteral(" in");
 }
 
 }  // namespace
@@ -407,6 +370,7 @@ void VNAPlot::DrawTrace(VNAPainter& p, int index, int place, bool& rectGridDone,
     DrawTitle(p);
 
     SetDataView(p, v, false);
+    DrawGate(p, *t, v, ColorPrefs::Get().GetTraceColor(index));
     DrawCurves(p, *t, v, ColorPrefs::Get().GetTraceColor(index));
     DrawMarkers(p, *t, ch, cur);
     if (Preferences::Get().showSweepIndicator)
@@ -571,8 +535,10 @@ void VNAPlot::DrawAxisTexts(VNAPainter& p, const VNATrace& t, const VNAChannel* 
     }
     else
     {
-        p.DrawString(TimeText(xMin, 3), int(r.left()), baseline, Qt::AlignLeft);
-        p.DrawString(TimeText(xMax, 3), int(r.left() + r.width()), baseline, Qt::AlignRight);
+        p.DrawString(TimeToDisplayString(xMin, t.transform, t.meas, 3), int(r.left()), baseline,
+                     Qt::AlignLeft);
+        p.DrawString(TimeToDisplayString(xMax, t.transform, t.meas, 3), int(r.left() + r.width()),
+                     baseline, Qt::AlignRight);
     }
     p.setPen(saved);
 }
@@ -767,7 +733,7 @@ void VNAPlot::DrawCurves(VNAPainter& p, const VNATrace& t, const View& v, const 
     p.setRenderHint(QPainter::Antialiasing, savedAntialias);
 }
 
-void VNAPlot::DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, Cursors& cur)
+void VNAPlot::DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel*, Cursors& cur)
 {
     const VNAMarker& ref = t.markers[VNATrace::kReferenceMarker];
     for (int k = 0; k < VNATrace::kMarkerCount; ++k)
@@ -803,33 +769,8 @@ void VNAPlot::DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel* ch
         }
         else
         {
-            if (t.format == Real && t.transform.type == TransformLowpassStep)
-            {
-                pos += QStringLiteral(", ") +
-                       QString::asprintf("%.2f", 50.0 * std::exp(2.0 * m.y)) + QChar(0x03A9);
-            }
-            const double vf = ch ? ch->velocityFactor : t.transform.velocityFactor;
-            const bool reflection =
-                t.transform.markerMode == MarkerModeReflection ||
-                (t.transform.markerMode == MarkerModeAuto && (t.meas == S11 || t.meas == S22));
-            const double d = m.x * kSpeedOfLight * vf * (reflection ? 0.5 : 1.0);
-            QString distance;
-            switch (t.transform.units)
-            {
-                case UnitsMeters:
-                    distance = MetersText(d, 3);
-                    break;
-                case UnitsFeet:
-                    distance = FootText(d, 3);
-                    break;
-                case UnitsInches:
-                    distance = InchesText(d, 3);
-                    break;
-                default:
-                    distance = TimeText(m.x, 3);
-                    break;
-            }
-            text = QString::asprintf("M%d: ", id) + distance + QLatin1Char(' ') + pos;
+            // Time or distance, by the transform's units and velocity factor.
+            text = t.GetMarkerReadout(k);
         }
 
         const QTransform saved = p.worldTransform();

@@ -188,6 +188,9 @@ private:
     void DrawReadouts(VNAPainter& p, const VNATrace& t, int index, Cursors& cur);
     void DrawTitle(VNAPainter& p);
     void DrawCurves(VNAPainter& p, const VNATrace& t, const View& v, const QColor& color);
+    // The trace's own gate on its time-domain view: the gated stretch shaded (hatched for a
+    // notch), start and stop lines, a dashed centre line and a span bar (vna_plot_time.cpp).
+    void DrawGate(VNAPainter& p, const VNATrace& t, const View& v, const QColor& color);
     void DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, Cursors& cur);
     void DrawSweepIndicators(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double yTop,
                              double yBottom);
