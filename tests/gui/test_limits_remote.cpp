@@ -248,14 +248,17 @@ void TestLimitsRemote::rippleAndMalformedData()
     QVERIFY(refPass && !refFail);
     QCOMPARE(ripplePass, QByteArray("0"));
     QCOMPARE(rippleFail, QByteArray("1"));
-    QVERIFY2(shortGroup.startsWith("-2,Invalid number of parameters, should be multiple of 5"),
-             shortGroup.constData());
-    QVERIFY2(longGroup.startsWith("-2,Invalid number of parameters, should be multiple of 4"),
-             longGroup.constData());
+    QCOMPARE(
+        shortGroup,
+        QByteArray("-2,Invalid parameter;Invalid number of parameters, should be multiple of 5"));
+    QCOMPARE(
+        longGroup,
+        QByteArray("-2,Invalid parameter;Invalid number of parameters, should be multiple of 4"));
     QCOMPARE(afterBad, QByteArray("11"));
     QCOMPARE(badNumber, QByteArray("10,No Error;"));
     QCOMPARE(unknown, QByteArray("1"));
-    QVERIFY2(unknownError.startsWith("-7,Invalid measure suffix"), unknownError.constData());
+    QVERIFY2(unknownError.startsWith("-7,") && unknownError.endsWith(";Invalid measure suffix"),
+             unknownError.constData());
     QCOMPARE(sound, QByteArray("111"));
 
     QMutexLocker lock(&window->Model().traceLock);
