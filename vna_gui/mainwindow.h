@@ -259,7 +259,8 @@ public slots:
     void rippleLimitDefine();
     void limitRangesChanged(int trace, const QVector<VNALimitRange>& ranges);
     void rippleRangesChanged(int trace, const QVector<VNARippleLimitRange>& ranges);
-    // Remote data forms: whole groups of parameters, or error -2 and the table kept.
+    // Remote data forms: whole groups of parameters (none empties the table), or error -2 and
+    // the table kept.
     void limitData(int trace, const QStringList& params);
     void rippleData(int trace, const QStringList& params);
 

@@ -19,6 +19,19 @@ qint64 MonotonicMs()
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+// Runs edit on a trace under the trace lock; false when there is no such trace.
+template <typename Edit>
+bool EditTraceTable(VNAModel& model, int index, Edit edit)
+{
+    QMutexLocker lock(&model.traceLock);
+    VNATrace* t = model.traces.value(index, nullptr);
+    if (t)
+    {
+        edit(*t);
+    }
+    return t != nullptr;
+}
+
 // Opens an editor on a copy of the active trace's table, with its format's unit; true with the
 // edited table in out when the operator accepts.
 template <typename Editor, typename Range>
@@ -106,14 +119,21 @@ void MainWindow::rippleRangesChanged(int trace, const QVector<VNARippleLimitRang
     EditTrace(trace, [&ranges](VNATrace& t) { t.SetRippleRanges(ranges); });
 }
 
+// A remote table may serve any channel's display: every channel is recalculated.
 void MainWindow::limitData(int trace, const QStringList& params)
 {
-    EditTrace(trace, [&params](VNATrace& t) { t.SetLimitData(params); });
+    if (EditTraceTable(model, trace, [&params](VNATrace& t) { t.SetLimitData(params); }))
+    {
+        UpdateAll();
+    }
 }
 
 void MainWindow::rippleData(int trace, const QStringList& params)
 {
-    EditTrace(trace, [&params](VNATrace& t) { t.SetRippleData(params); });
+    if (EditTraceTable(model, trace, [&params](VNATrace& t) { t.SetRippleData(params); }))
+    {
+        UpdateAll();
+    }
 }
 
 void MainWindow::limitDefine()

@@ -50,21 +50,13 @@ void SetData(ScpiContext& c, void (MainWindow::*slot)(int, const QStringList&))
     }
 }
 
-void DeleteLimits(ScpiContext& c)
+// No parameters empty the table.
+void DeleteTable(ScpiContext& c, void (MainWindow::*slot)(int, const QStringList&))
 {
     int t = 0;
     if (MeasureTrace(c, t))
     {
-        c.window.limitRangesChanged(t, {});
-    }
-}
-
-void DeleteRipple(ScpiContext& c)
-{
-    int t = 0;
-    if (MeasureTrace(c, t))
-    {
-        c.window.rippleRangesChanged(t, {});
+        (c.window.*slot)(t, QStringList());
     }
 }
 }  // namespace
@@ -85,7 +77,7 @@ const ScpiFamily& scpiLimitFamily()
          {174, [](S& c) { SetFlag(c, &MW::limitSound); }},
          {175, [](S& c) { ReplyFlag(c, [](T t) { return t.limitSound; }); }},
          {176, [](S& c) { SetData(c, &MW::limitData); }},
-         {177, DeleteLimits},
+         {177, [](S& c) { DeleteTable(c, &MW::limitData); }},
          // FAIL? answers 1 when the last pass failed: the verdict flag inverted.
          {178, [](S& c) { ReplyFlag(c, [](T t) { return !t.limitPass; }); }},
          {179, [](S& c) { SetFlag(c, &MW::rippleLimitTest); }},
@@ -93,7 +85,7 @@ const ScpiFamily& scpiLimitFamily()
          {181, [](S& c) { SetFlag(c, &MW::rippleLimitShow); }},
          {182, [](S& c) { ReplyFlag(c, [](T t) { return t.rippleShow; }); }},
          {183, [](S& c) { SetData(c, &MW::rippleData); }},
-         {184, DeleteRipple},
+         {184, [](S& c) { DeleteTable(c, &MW::rippleData); }},
          {185, [](S& c) { ReplyFlag(c, [](T t) { return !t.ripplePass; }); }}}};
     return family;
 }
