@@ -203,6 +203,7 @@ public:
         }
 
         TimeDomain(round, ch);
+        Limits(ch, start, stop, round);
 
         if (round % 3 == 0)
         {
@@ -302,6 +303,49 @@ public:
         for (const char* q : {"STAT?", "STAR?", "STOP?", "CENT?", "SPAN?", "TYPE?", "SHAP?"})
         {
             Query(gate + q, ok);
+        }
+    }
+
+    // Limit and ripple tables over the sweep, their verdicts, and now and then a data form
+    // whose parameters are not whole groups (-2) or a table emptied.
+    void Limits(int ch, double start, double stop, int round)
+    {
+        bool ok = false;
+        const QString prefix = QStringLiteral(":CALC%1:MEAS1:").arg(ch);
+        auto send = [&](const QString& rest) { Send((prefix + rest).toLatin1()); };
+        auto ask = [&](const QString& rest) { Query((prefix + rest).toLatin1(), ok); };
+        const double mid = (start + stop) / 2;
+        const double level = -60.0 + rng.bounded(60);
+        send(QStringLiteral("LIM:DATA %1,%2,%3,%4,%5,1,%3,%6,-120,-120")
+                 .arg(1 + rng.bounded(2))
+                 .arg(start, 0, 'f', 0)
+                 .arg(mid, 0, 'f', 0)
+                 .arg(level)
+                 .arg(level + rng.bounded(10))
+                 .arg(stop, 0, 'f', 0));
+        send(QStringLiteral("RLIM:DATA %1,%2,%3,%4")
+                 .arg(1 + rng.bounded(2))
+                 .arg(start, 0, 'f', 0)
+                 .arg(mid, 0, 'f', 0)
+                 .arg(1 + rng.bounded(20)));
+        send(QStringLiteral("LIM:STAT %1").arg(round % 4 == 3 ? "OFF" : "ON"));
+        send(QStringLiteral("LIM:DISP:STAT ON"));
+        send(QStringLiteral("RLIM:STAT ON"));
+        send(QStringLiteral("RLIM:DISP:STAT %1").arg(round % 2 ? "ON" : "OFF"));
+        ask(QStringLiteral("LIM:FAIL?"));
+        ask(QStringLiteral("RLIM:FAIL?"));
+        ask(QStringLiteral("LIM:STAT?"));
+        if (round % 6 == 0)
+        {
+            send(QStringLiteral("LIM:DATA 2,1e9,2e9,-3"));  // a group short: -2
+            send(QStringLiteral("RLIM:DATA 1,1e9,2e9,3,4"));  // a group long: -2
+            ask(QStringLiteral("LIM:FAIL?"));
+        }
+        if (round % 8 == 0)
+        {
+            send(QStringLiteral("LIM:DATA:DEL"));
+            send(QStringLiteral("RLIM:DEL"));
+            ask(QStringLiteral("RLIM:FAIL?"));
         }
     }
 

@@ -200,11 +200,19 @@ public:
     explicit MarkerControlPanel(MainWindow* window);
 };
 
-class LimitLinePanel : public PendingControlsPanel
+class LimitLinePanel : public PanelBase
 {
     Q_OBJECT
 public:
     explicit LimitLinePanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    QCheckBox* enabled;
+    QCheckBox* limitShown;
+    QCheckBox* sound;
+    QCheckBox* rippleEnabled;
+    QCheckBox* rippleShown;
 };
 
 // The active trace's time transform, with the cable list that sets its velocity factor.

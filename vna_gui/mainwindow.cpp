@@ -563,6 +563,7 @@ void MainWindow::UpdateControlPanels()
 
 void MainWindow::updatePlots()
 {
+    LimitFailSound();
     for (VNAPlot* p : plots)
     {
         if (p)

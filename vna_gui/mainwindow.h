@@ -112,6 +112,8 @@ public:
     // The address the server is bound to, as the socket reports it.
     QHostAddress SCPIServerAddress() const;
     ScpiLogDialog* ScpiLog() const { return scpiLogDialog; }
+    // How often the limit-fail sound has been given.
+    int LimitFailSounds() const { return limitFailSounds; }
     void SCPIHandleCommand(Scpi* scpi);
     // Ends the lockout box, as the operator's "Return to Local" does.
     void SCPIReturnToLocal();
@@ -241,6 +243,26 @@ public slots:
     // --- markers (mainwindow_markers.cpp) --------------------------------------------------------
 
     // --- limit and ripple tests (mainwindow_limits.cpp) ------------------------------------------
+    // Flags of a trace by index; the one-argument forms act on the active trace, as the panel does.
+    void limitTest(int trace, bool on);
+    void limitTest(bool on);
+    void limitShow(int trace, bool on);
+    void limitShow(bool on);
+    void limitSound(int trace, bool on);
+    void limitSound(bool on);
+    void rippleLimitTest(int trace, bool on);
+    void rippleLimitTest(bool on);
+    void rippleLimitShow(int trace, bool on);
+    void rippleLimitShow(bool on);
+    // The editors, on a copy of the active trace's table; installed only when accepted.
+    void limitDefine();
+    void rippleLimitDefine();
+    void limitRangesChanged(int trace, const QVector<VNALimitRange>& ranges);
+    void rippleRangesChanged(int trace, const QVector<VNARippleLimitRange>& ranges);
+    // Remote data forms: whole groups of parameters (none empties the table), or error -2 and
+    // the table kept.
+    void limitData(int trace, const QStringList& params);
+    void rippleData(int trace, const QStringList& params);
 
     // --- time domain and gating (mainwindow_time.cpp) --------------------------------------------
     // Transform and gate settings of a trace, by index; the forms without one act on the active
@@ -363,6 +385,12 @@ private:
     void SCPIAnswerPendingOpc();
     void SCPIShowLockout();
     QImage ScreenImage();
+    // Sounds when a trace that asks for it failed its limit test, at most once per interval, so
+    // a trace failing at every sweep does not flood.
+    void LimitFailSound();
+
+    qint64 lastLimitFailSoundMs = -1;
+    int limitFailSounds = 0;
 
     VNAModel model;
     QVector<VNAPlot*> plots;

@@ -495,3 +495,13 @@ bool VNATrace::SetRippleData(const QStringList& params)
     SetRippleRanges(ranges);
     return true;
 }
+
+bool LimitSoundDue(qint64& lastMs, qint64 nowMs, qint64 intervalMs)
+{
+    if (lastMs >= 0 && nowMs - lastMs < intervalMs)
+    {
+        return false;
+    }
+    lastMs = nowMs;
+    return true;
+}

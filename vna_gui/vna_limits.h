@@ -51,3 +51,7 @@ bool LimitRangesFromParams(const QStringList& params, QVector<VNALimitRange>& ra
                            QString& error);
 bool RippleRangesFromParams(const QStringList& params, QVector<VNARippleLimitRange>& ranges,
                             QString& error);
+
+// Rate limit of the fail sound on a monotonic clock in ms: due when none has sounded yet
+// (lastMs < 0) or intervalMs have passed since lastMs, which then becomes nowMs.
+bool LimitSoundDue(qint64& lastMs, qint64 nowMs, qint64 intervalMs);

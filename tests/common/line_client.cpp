@@ -6,9 +6,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QThread>
+#include <atomic>
 #include <cerrno>
+#include <thread>
 
 namespace testfx
 {
@@ -139,6 +142,28 @@ void LineClient::Close()
     {
         ::close(fd);
         fd = -1;
+    }
+}
+void RunClients(const std::vector<std::function<void()>>& clients)
+{
+    std::atomic<int> running{int(clients.size())};
+    std::vector<std::thread> threads;
+    for (const auto& c : clients)
+    {
+        threads.emplace_back(
+            [&running, c]
+            {
+                c();
+                --running;
+            });
+    }
+    while (running.load() > 0)
+    {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    for (std::thread& t : threads)
+    {
+        t.join();
     }
 }
 }  // namespace testfx

@@ -4,6 +4,8 @@
 
 #include <QByteArray>
 #include <QtGlobal>
+#include <functional>
+#include <vector>
 
 namespace testfx
 {
@@ -34,4 +36,8 @@ private:
     QByteArray buffer;
     bool eof = false;
 };
+
+// Runs each client on a thread of its own while the calling (main) thread keeps the event loop
+// going, so the window serves them; returns when all have finished.
+void RunClients(const std::vector<std::function<void()>>& clients);
 }  // namespace testfx

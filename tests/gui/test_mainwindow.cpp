@@ -9,16 +9,16 @@
 #include <QtTest>
 #include <functional>
 
-#include "box_answerer.h"
+#include "modal_answerer.h"
 #include "control_panels.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
+#include "modal_answerer.h"
 #include "status_bar.h"
 #include "test_fixtures.h"
 #include "touchstone.h"
 #include "vna_lib.h"
 
-using testfx::BoxAnswerer;
 
 class TestMainWindow : public QObject
 {
@@ -47,7 +47,7 @@ private:
 
 void TestMainWindow::init()
 {
-    BoxAnswerer yes(QMessageBox::Yes);  // accept the demo device
+    testfx::ModalAnswerer yes(QMessageBox::Yes);  // accept the demo device
     window = new MainWindow(nullptr, &none);
     window->show();
     QVERIFY(window->Model().device.IsDemoMode());
@@ -110,7 +110,7 @@ void TestMainWindow::ninthChannelWarnsAndKeepsMeasuring()
         QVERIFY(c->enabled);
     }
     bool runningDuringWarning = false;
-    BoxAnswerer ok(QMessageBox::Ok,
+    testfx::ModalAnswerer ok(QMessageBox::Ok,
                    [&] { runningDuringWarning = window->Model().MeasRunning(); });
     window->addChannelTracePressed();
     QCOMPARE(ok.texts, QStringList{"All channels are currently active."});
@@ -126,7 +126,7 @@ void TestMainWindow::deleteChannel()
     QCOMPARE(m.activeChannelIndex, 1);
     m.channels[1]->sweepMode.SetMode(VNASweepMode::Hold);
     {
-        BoxAnswerer yes(QMessageBox::Yes);
+        testfx::ModalAnswerer yes(QMessageBox::Yes);
         window->deleteChannel(1);
         QCOMPARE(yes.texts, QStringList{"Are you sure you want to delete Channel 2?"});
     }

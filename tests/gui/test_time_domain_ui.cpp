@@ -12,7 +12,7 @@
 #include <QtTest>
 #include <cmath>
 
-#include "box_answerer.h"
+#include "modal_answerer.h"
 #include "color_prefs.h"
 #include "control_panels.h"
 #include "kx_widgets.h"
@@ -22,7 +22,6 @@
 #include "vna_lib.h"
 #include "vna_plot.h"
 
-using testfx::BoxAnswerer;
 
 namespace
 {
@@ -243,7 +242,7 @@ void TestTimeDomainUi::init()
 {
     Hidden::Set(false);
     Preferences::Get().userCables.clear();
-    BoxAnswerer yes(QMessageBox::Yes);  // accept the demo device
+    testfx::ModalAnswerer yes(QMessageBox::Yes);  // accept the demo device
     window = new MainWindow(nullptr, &none);
     window->show();
     QVERIFY(window->Model().device.IsDemoMode());
@@ -284,7 +283,7 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
 
     // A low-pass type on a grid that misses DC: warned, and band-pass is kept and shown.
     {
-        BoxAnswerer ok(QMessageBox::Ok);
+        testfx::ModalAnswerer ok(QMessageBox::Ok);
         Choose(Field(panel, "Measurement Type"), TransformLowpassStep);
         QCOMPARE(ok.texts, QStringList{kLowpassWarning});
     }
@@ -294,7 +293,7 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
     // Hidden, the same refusal shows nothing (a box would be up, and answered, inside the call).
     Hidden::Set(true);
     {
-        BoxAnswerer ok(QMessageBox::Ok);
+        testfx::ModalAnswerer ok(QMessageBox::Ok);
         Choose(Field(panel, "Measurement Type"), TransformLowpassImpulse);
         QVERIFY(ok.texts.isEmpty());
     }
@@ -312,7 +311,7 @@ void TestTimeDomainUi::transformPanelWarningGridAndRange()
     QVERIFY(std::fabs(stim.StepSize() - stim.start) < 1e-3);
     QVERIFY(window->Model().MeasRunning());
     {
-        BoxAnswerer ok(QMessageBox::Ok);
+        testfx::ModalAnswerer ok(QMessageBox::Ok);
         Choose(Field(panel, "Measurement Type"), TransformLowpassImpulse);
         QVERIFY(ok.texts.isEmpty());
     }
