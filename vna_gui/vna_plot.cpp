@@ -24,7 +24,6 @@
 namespace
 {
 constexpr int kDivisions = 10;
-constexpr double kSpeedOfLight = 299792500.0;
 // Curves with more points than this many per pixel column are reduced before stroking.
 constexpr int kDecimateFactor = 2;
 
@@ -37,43 +36,6 @@ QPoint RoundPos(const QPointF& p)
 QString FreqText(double hz)
 {
     return Frequency(hz).GetFreqString();
-}
-
-// Time texts of the transformed axis, in the unit that keeps the number readable.
-QString TimeText(double t, int digits)
-{
-    static const struct
-    {
-        double scale;
-        const char* unit;
-    } units[] = {{1.0, "s"}, {1e-3, "ms"}, {1e-6, "us"}, {1e-9, "ns"}, {1e-12, "ps"}};
-    const double a = std::fabs(t);
-    int u = 0;
-    while (u < 4 && a < units[u].scale)
-    {
-        ++u;
-    }
-    if (a == 0.0)
-    {
-        u = 3;
-    }
-    return QString::number(t / units[u].scale, 'f', digits) + QLatin1Char(' ') +
-           QLatin1String(units[u].unit);
-}
-
-QString MetersText(double m, int digits)
-{
-    return QString::number(m, 'f', digits) + QStringLiteral(" m");
-}
-
-QString FootText(double m, int digits)
-{
-    return QString::number(m / 0.3048, 'f', digits) + QStringLiteral(" ft");
-}
-
-QString InchesText(double m, int digits)
-{
-    return QString::number(m / 0.0254, 'f', digits) + QStringLiteral(" in");
 }
 
 }  // namespace
@@ -408,17 +370,12 @@ void VNAPlot::DrawTrace(VNAPainter& p, int index, int place, bool& rectGridDone,
 
     SetDataView(p, v, false);
     DrawCurves(p, *t, v, ColorPrefs::Get().GetTraceColor(index));
-    DrawMarkers(p, *t, ch, cur);
+    DrawMarkers(p, *t, cur);
     if (Preferences::Get().showSweepIndicator)
     {
         DrawSweepIndicators(p, *t, ch, yTop, yBottom);
     }
-    if (t->bwSearchEnabled && t->bwFound)
-    {
-        p.DrawMarker(-1, t->bwPeakFreq, t->bwPeakValue);
-        p.DrawMarker(-1, t->bwLowFreq, t->bwLowValue);
-        p.DrawMarker(-1, t->bwHighFreq, t->bwHighValue);
-    }
+    DrawBandwidthMarkers(p, *t);
     p.LoadIdentity();
     p.setClipping(false);
 }
@@ -571,8 +528,8 @@ void VNAPlot::DrawAxisTexts(VNAPainter& p, const VNATrace& t, const VNAChannel* 
     }
     else
     {
-        p.DrawString(TimeText(xMin, 3), int(r.left()), baseline, Qt::AlignLeft);
-        p.DrawString(TimeText(xMax, 3), int(r.left() + r.width()), baseline, Qt::AlignRight);
+        p.DrawString(getTimeString(xMin, 3), int(r.left()), baseline, Qt::AlignLeft);
+        p.DrawString(getTimeString(xMax, 3), int(r.left() + r.width()), baseline, Qt::AlignRight);
     }
     p.setPen(saved);
 }
@@ -602,20 +559,9 @@ void VNAPlot::DrawReadouts(VNAPainter& p, const VNATrace& t, int index, Cursors&
     if (t.bwSearchEnabled)
     {
         p.SetPenColor(color);
-        if (!t.bwFound)
+        for (const QString& line : t.GetBandwidthReadout())
         {
-            blockLine(tr("Bandwidth Not Found"));
-        }
-        else
-        {
-            const double bw = t.bwHighFreq - t.bwLowFreq;
-            const double center = (t.bwHighFreq + t.bwLowFreq) * 0.5;
-            blockLine(tr("Bandwidth ") + FreqText(bw));
-            blockLine(tr("Center ") + FreqText(center));
-            blockLine(tr("Low ") + FreqText(t.bwLowFreq));
-            blockLine(tr("High ") + FreqText(t.bwHighFreq));
-            blockLine(tr("Loss %1 dB").arg(QString::asprintf("%.2f", t.bwPeakValue)));
-            blockLine(tr("Q %1").arg(QString::asprintf("%.4f", center / bw)));
+            blockLine(line);
         }
     }
 
@@ -765,82 +711,6 @@ void VNAPlot::DrawCurves(VNAPainter& p, const VNATrace& t, const View& v, const 
     pen.setWidthF(1.0);
     p.setPen(pen);
     p.setRenderHint(QPainter::Antialiasing, savedAntialias);
-}
-
-void VNAPlot::DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, Cursors& cur)
-{
-    const VNAMarker& ref = t.markers[VNATrace::kReferenceMarker];
-    for (int k = 0; k < VNATrace::kMarkerCount; ++k)
-    {
-        const VNAMarker& m = t.markers[k];
-        if (!m.enabled)
-        {
-            continue;
-        }
-        const int id = k + 1;
-        p.DrawMarker(id, m.x, m.y);
-
-        QString text;
-        QString pos = GetMarkerPosString(m, t.format);
-        if (!t.transformEnabled)
-        {
-            if (id == VNATrace::kMarkerCount)
-            {
-                text = QStringLiteral("R:") + QLatin1Char(' ') + Frequency(m.f).GetFreqString() +
-                       QLatin1Char(' ') + pos;
-            }
-            else if (m.delta)
-            {
-                text = QChar(0x0394) + QString::asprintf("%d:", id) + QLatin1Char(' ') +
-                       FreqText(m.x - ref.x) + QLatin1Char(' ') +
-                       GetMarkerPosString(m.y - ref.y, t.format);
-            }
-            else
-            {
-                text = QStringLiteral("M") + QString::asprintf("%d:", id) + QLatin1Char(' ') +
-                       FreqText(m.x) + QLatin1Char(' ') + pos;
-            }
-        }
-        else
-        {
-            if (t.format == Real && t.transform.type == TransformLowpassStep)
-            {
-                pos += QStringLiteral(", ") +
-                       QString::asprintf("%.2f", 50.0 * std::exp(2.0 * m.y)) + QChar(0x03A9);
-            }
-            const double vf = ch ? ch->velocityFactor : t.transform.velocityFactor;
-            const bool reflection =
-                t.transform.markerMode == MarkerModeReflection ||
-                (t.transform.markerMode == MarkerModeAuto && (t.meas == S11 || t.meas == S22));
-            const double d = m.x * kSpeedOfLight * vf * (reflection ? 0.5 : 1.0);
-            QString distance;
-            switch (t.transform.units)
-            {
-                case UnitsMeters:
-                    distance = MetersText(d, 3);
-                    break;
-                case UnitsFeet:
-                    distance = FootText(d, 3);
-                    break;
-                case UnitsInches:
-                    distance = InchesText(d, 3);
-                    break;
-                default:
-                    distance = TimeText(m.x, 3);
-                    break;
-            }
-            text = QString::asprintf("M%d: ", id) + distance + QLatin1Char(' ') + pos;
-        }
-
-        const QTransform saved = p.worldTransform();
-        p.LoadIdentity();
-        p.setClipping(false);
-        p.DrawString(text, cur.marker, Qt::AlignRight);
-        cur.marker.ry() += p.FontHeight();
-        // The clip rectangle is given in device terms, before the data view returns.
-        p.setClipRect(plotRect);
-        p.setWorldTransform(saved);
-    }
 }
 
 void VNAPlot::DrawSweepIndicators(VNAPainter& p, const VNATrace& t, const VNAChannel* ch,

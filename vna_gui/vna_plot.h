@@ -188,7 +188,9 @@ private:
     void DrawReadouts(VNAPainter& p, const VNATrace& t, int index, Cursors& cur);
     void DrawTitle(VNAPainter& p);
     void DrawCurves(VNAPainter& p, const VNATrace& t, const View& v, const QColor& color);
-    void DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, Cursors& cur);
+    // Markers and their read-outs (vna_plot_markers.cpp).
+    void DrawMarkers(VNAPainter& p, const VNATrace& t, Cursors& cur);
+    void DrawBandwidthMarkers(VNAPainter& p, const VNATrace& t);
     void DrawSweepIndicators(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double yTop,
                              double yBottom);
     void SetDataView(VNAPainter& p, const View& v, bool mirror);

@@ -6,12 +6,39 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QThread>
+#include <atomic>
 #include <cerrno>
+#include <thread>
 
 namespace testfx
 {
+void RunClients(const std::vector<std::function<void()>>& clients)
+{
+    std::atomic<int> running{int(clients.size())};
+    std::vector<std::thread> threads;
+    for (const auto& c : clients)
+    {
+        threads.emplace_back(
+            [&running, c]
+            {
+                c();
+                --running;
+            });
+    }
+    while (running.load() > 0)
+    {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    for (std::thread& t : threads)
+    {
+        t.join();
+    }
+}
+
 LineClient::~LineClient()
 {
     Close();

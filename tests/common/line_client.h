@@ -4,9 +4,15 @@
 
 #include <QByteArray>
 #include <QtGlobal>
+#include <functional>
+#include <vector>
 
 namespace testfx
 {
+// Runs each client function on a thread of its own while the calling (GUI) thread keeps its
+// event loop going, so a window can serve the clients; returns when all have finished.
+void RunClients(const std::vector<std::function<void()>>& clients);
+
 class LineClient
 {
 public:

@@ -15,33 +15,10 @@
 #include "vna_lib.h"
 
 using testfx::LineClient;
+using testfx::RunClients;
 
 namespace
 {
-// Runs client code on a thread while the main thread keeps the window's event loop going.
-void RunClients(const std::vector<std::function<void()>>& clients)
-{
-    std::atomic<int> running{int(clients.size())};
-    std::vector<std::thread> threads;
-    for (const auto& c : clients)
-    {
-        threads.emplace_back(
-            [&running, c]
-            {
-                c();
-                --running;
-            });
-    }
-    while (running.load() > 0)
-    {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    for (std::thread& t : threads)
-    {
-        t.join();
-    }
-}
-
 // Blocks a client thread until the main thread has let a condition come true.
 void WaitFor(const std::atomic<bool>& flag)
 {

@@ -1,0 +1,38 @@
+// VNAPlot: the markers of a trace, their read-out table at the top right of the graticule, and the
+// points the bandwidth search found. Called with the trace lock held and the data view set.
+#include "vna_plot.h"
+#include "vna_trace.h"
+
+void VNAPlot::DrawMarkers(VNAPainter& p, const VNATrace& t, Cursors& cur)
+{
+    for (int k = 0; k < VNATrace::kMarkerCount; ++k)
+    {
+        const VNAMarker& m = t.markers[k];
+        if (!m.enabled)
+        {
+            continue;
+        }
+        // The reference marker is number 16 on the plot, labelled "R".
+        p.DrawMarker(k + 1, m.x, m.y);
+
+        const QTransform saved = p.worldTransform();
+        p.LoadIdentity();
+        p.setClipping(false);
+        p.DrawString(t.GetMarkerReadout(k), cur.marker, Qt::AlignRight);
+        cur.marker.ry() += p.FontHeight();
+        // The clip rectangle is given in device terms, before the data view returns.
+        p.setClipRect(plotRect);
+        p.setWorldTransform(saved);
+    }
+}
+
+void VNAPlot::DrawBandwidthMarkers(VNAPainter& p, const VNATrace& t)
+{
+    if (!t.bwSearchEnabled || !t.bwFound)
+    {
+        return;
+    }
+    p.DrawMarker(-1, t.bwPeakFreq, t.bwPeakValue);
+    p.DrawMarker(-1, t.bwLowFreq, t.bwLowValue);
+    p.DrawMarker(-1, t.bwHighFreq, t.bwHighValue);
+}
