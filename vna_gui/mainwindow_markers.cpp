@@ -5,6 +5,20 @@
 #include "mainwindow.h"
 #include "vna_plot.h"
 
+namespace
+{
+// Gives the active marker's frequency to a stimulus edit of its trace's channel.
+void HandActiveMarkerFreq(MainWindow& w, void (MainWindow::*edit)(int, Frequency))
+{
+    int channel = 0;
+    double f = 0.0;
+    if (w.Model().GetActiveMarkerFreq(w.ActiveTraceIndex(), channel, f))
+    {
+        (w.*edit)(channel, Frequency(f));
+    }
+}
+}  // namespace
+
 void MainWindow::ConnectPlotMarkers(VNAPlot* plot)
 {
     connect(plot, &VNAPlot::markerPlaced, this, &MainWindow::markerPlace);
@@ -92,32 +106,17 @@ void MainWindow::markerSetTime(double seconds)
 
 void MainWindow::markerToStart()
 {
-    int channel = 0;
-    double f = 0.0;
-    if (model.GetActiveMarkerFreq(ActiveTraceIndex(), channel, f))
-    {
-        stimStartFreqChanged(channel, Frequency(f));
-    }
+    HandActiveMarkerFreq(*this, &MainWindow::stimStartFreqChanged);
 }
 
 void MainWindow::markerToStop()
 {
-    int channel = 0;
-    double f = 0.0;
-    if (model.GetActiveMarkerFreq(ActiveTraceIndex(), channel, f))
-    {
-        stimStopFreqChanged(channel, Frequency(f));
-    }
+    HandActiveMarkerFreq(*this, &MainWindow::stimStopFreqChanged);
 }
 
 void MainWindow::markerToCenter()
 {
-    int channel = 0;
-    double f = 0.0;
-    if (model.GetActiveMarkerFreq(ActiveTraceIndex(), channel, f))
-    {
-        stimCenterFreqChanged(channel, Frequency(f));
-    }
+    HandActiveMarkerFreq(*this, &MainWindow::stimCenterFreqChanged);
 }
 
 void MainWindow::markerPeakMax(int trace, int marker)
