@@ -200,10 +200,21 @@ void MarkerControlPanel::UpdateControls()
     SetChecked(delta, mk.delta);
     // The reference marker is what the others read against.
     delta->setEnabled(!t->RefMarkerSelected());
-    frequency->SetValue(mk.f);
-    frequency->setEnabled(!t->transformEnabled);
-    time->SetValue(mk.x);
-    time->setEnabled(t->transformEnabled);
+    // The marker stands on a frequency, or on a time once the trace is transformed; the other
+    // field is left empty.
+    const bool timeDomain = t->transformEnabled;
+    frequency->setEnabled(!timeDomain);
+    time->setEnabled(timeDomain);
+    if (timeDomain)
+    {
+        frequency->SetText(QString());
+        time->SetValue(mk.x);
+    }
+    else
+    {
+        frequency->SetValue(mk.f);
+        time->SetText(QString());
+    }
     readout->setText(mk.enabled ? t->GetMarkerReadout(active) : QStringLiteral("-"));
     // The chart has no frequency axis to step along.
     const bool rectangular = !IsSmithFormat(t->format);
