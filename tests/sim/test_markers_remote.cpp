@@ -180,10 +180,11 @@ void TestMarkersRemote::initTestCase()
                 ":CONF:CHAN2:STAT 1\n:SENS2:FREQ:STAR 2205000000\n"
                 ":SENS2:FREQ:STOP 3205000000\n:SENS2:SWE:POIN 101\n:CALC2:MEAS1:DEF\n"
                 ":CALC2:MEAS1:PAR S21\n");
-            // Two single sweeps each: the second starts wholly after the scene was set.
-            for (int k = 0; k < 2; ++k)
+            // One single sweep per channel, each finished before the next is asked for: a
+            // single sweep restarts the loop, which would cut short one still running.
+            for (const char* channel : {"1", "2"})
             {
-                c.Send(":INIT1:IMM\n:INIT2:IMM\n");
+                c.Send(QByteArray(":INIT") + channel + ":IMM\n");
                 opc += c.Query("*OPC?");
             }
             xReply = c.Query(":CALC1:MEAS2:DATA:X?");
