@@ -15,7 +15,7 @@
 
 namespace
 {
-struct ButtonSpec
+struct PanelButton
 {
     const char* text;
     void (MainWindow::*slot)();
@@ -23,11 +23,11 @@ struct ButtonSpec
 
 // A row of buttons, each calling a slot of the window; the buttons in the order given.
 QVector<KXPushButton*> AddButtonRow(QBoxLayout* column, QWidget* parent, MainWindow* w,
-                                    std::initializer_list<ButtonSpec> specs)
+                                    std::initializer_list<PanelButton> entries)
 {
     auto* row = new QHBoxLayout;
     QVector<KXPushButton*> buttons;
-    for (const ButtonSpec& s : specs)
+    for (const PanelButton& s : entries)
     {
         auto* b =
             new KXPushButton(QCoreApplication::translate("MarkerControlPanel", s.text), parent);
