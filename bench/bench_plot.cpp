@@ -1,6 +1,7 @@
 // Plot benchmarks: one paint of a 1600 by 1000 plot with four traces, at 64001 and at 201 points,
-// rendered offscreen into an image; and the same with four low-pass time-domain traces of a
-// 64001-point sweep (128003 points each), gated, with distance on the axis.
+// rendered offscreen into an image; the full marker load, all 16 markers of each trace with
+// their read-outs and a bandwidth search, on 64001 points; and four low-pass time-domain traces
+// of a 64001-point sweep (128003 points each), gated, with distance on the axis.
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -17,7 +18,7 @@
 namespace
 {
 // Four noisy traces, with markers, so the paint does everything an operator normally sees.
-void FillModel(VNAModel& model, int points)
+void FillModel(VNAModel& model, int points, int markers)
 {
     VNAChannel& ch = *model.channels[0];
     ch.stimulus.start = 40e6;
@@ -41,13 +42,19 @@ void FillModel(VNAModel& model, int points)
             t->x[i] = 40e6 + (40e9 - 40e6) * i / (points - 1);
             t->y[i] = -20.0 * k - 10.0 * std::sin(i * 20.0 / points) + (seed % 1000) * 1e-3;
         }
-        for (int m = 0; m < 2; ++m)
+        for (int m = 0; m < markers; ++m)
         {
             VNAMarker& mk = t->markers[m];
             mk.enabled = true;
-            mk.index = points / 3 * (m + 1);
+            mk.index = points / (markers + 1) * (m + 1);
             mk.x = mk.f = t->x[mk.index];
             mk.y = t->y[mk.index];
+            // Every other one reads against the reference marker.
+            mk.delta = markers == VNATrace::kMarkerCount && m % 2 == 1;
+        }
+        if (markers == VNATrace::kMarkerCount)
+        {
+            t->PerformBandwidthSearch();
         }
     }
     ch.MeasAvg.positionStart = points / 2;
@@ -103,17 +110,23 @@ void BM_PlotPaint(benchmark::State& state)
 {
     VnaLib none;
     VNAModel model(&none);
-    FillModel(model, int(state.range(0)));
+    const int markers = int(state.range(1));
+    FillModel(model, int(state.range(0)), markers);
     Paint(state, model);
-    state.SetLabel("4 traces, 1600x1000");
+    state.SetLabel(
+        QStringLiteral("4 traces, %1 markers each, 1600x1000").arg(markers).toStdString());
 }
-BENCHMARK(BM_PlotPaint)->Arg(64001)->Arg(201)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlotPaint)
+    ->Args({64001, 2})
+    ->Args({201, 2})
+    ->Args({64001, VNATrace::kMarkerCount})
+    ->Unit(benchmark::kMillisecond);
 
 void BM_PlotPaintTimeDomain(benchmark::State& state)
 {
     VnaLib none;
     VNAModel model(&none);
-    FillModel(model, int(state.range(0)));
+    FillModel(model, int(state.range(0)), 2);
     MakeTimeDomain(model);
     Paint(state, model);
     state.SetLabel("4 gated low-pass traces, 1600x1000");

@@ -183,15 +183,7 @@ public:
         }
         Query(QStringLiteral(":CALC%1:MEAS1:DATA:X?").arg(ch).toLatin1(), ok);
 
-        // Markers.
-        Send(QStringLiteral(":CALC%1:MEAS1:MARK2:STAT ON").arg(ch).toLatin1());
-        Send(QStringLiteral(":CALC%1:MEAS1:MARK2:X %2")
-                 .arg(ch)
-                 .arg((start + stop) / 2, 0, 'f', 0)
-                 .toLatin1());
-        Query(QStringLiteral(":CALC%1:MEAS1:MARK2:Y?").arg(ch).toLatin1(), ok);
-        Send(QStringLiteral(":CALC%1:MEAS1:MARK2:FUNC:EXEC MAX").arg(ch).toLatin1());
-        Query(QStringLiteral(":CALC%1:MEAS1:MARK2:X?").arg(ch).toLatin1(), ok);
+        Markers(ch, start, stop, round);
 
         // Calibration state.
         Query(QStringLiteral(":SENS%1:CORR:CSET:ACT?").arg(ch).toLatin1(), ok);
@@ -346,6 +338,47 @@ public:
             send(QStringLiteral("LIM:DATA:DEL"));
             send(QStringLiteral("RLIM:DEL"));
             ask(QStringLiteral("RLIM:FAIL?"));
+        }
+    }
+
+    // Every marker command in turn: placement, searches, flags, the reference marker, the
+    // bandwidth search, tracking and coupling; a different marker each round.
+    void Markers(int ch, double start, double stop, int round)
+    {
+        bool ok = false;
+        const QString m = QStringLiteral(":CALC%1:MEAS1:MARK%2").arg(ch).arg(1 + round % 15);
+        auto send = [&](const QString& tail) { Send((m + tail).toLatin1()); };
+        auto query = [&](const QString& tail) { Query((m + tail).toLatin1(), ok); };
+        static const char* const functions[] = {"MAX", "MIN", "RPE", "LPE", "NPE"};
+        static const char* const couplings[] = {"OFF", "CHAN", "ALL"};
+
+        send(QStringLiteral(":STAT ON"));
+        send(QStringLiteral(":X %1").arg((start + stop) / 2, 0, 'f', 0));
+        query(QStringLiteral(":Y?"));
+        send(QStringLiteral(":FUNC:PEAK:THR %1").arg(-80 + int(rng.bounded(60))));
+        send(QStringLiteral(":FUNC:PEAK:EXC %1").arg(1 + int(rng.bounded(6))));
+        send(QStringLiteral(":FUNC:EXEC ") + QLatin1String(functions[round % 5]));
+        query(QStringLiteral(":X?"));
+        query(QStringLiteral(":FUNC:PEAK:THR?"));
+        send(QStringLiteral(":DELT %1").arg(round % 2));
+        query(QStringLiteral(":DELT?"));
+        send(QStringLiteral(":TYPE %1").arg(round % 6 == 0 ? "FIX" : "NORM"));
+        query(QStringLiteral(":TYPE?"));
+        send(QStringLiteral(":FUNC:TRAC %1").arg(round % 4 == 0 ? "MAX" : "OFF"));
+        query(QStringLiteral(":FUNC:TRAC?"));
+        send(QStringLiteral(":REF:STAT ON"));
+        send(QStringLiteral(":REF:X %1").arg(start, 0, 'f', 0));
+        query(QStringLiteral(":REF:Y?"));
+        query(QStringLiteral(":REF:TYPE?"));
+        send(QStringLiteral(":BWID:STAT %1").arg(round % 3 != 0 ? "ON" : "OFF"));
+        send(QStringLiteral(":BWID:THR -%1").arg(1 + int(rng.bounded(20))));
+        send(QStringLiteral(":BWID:TRAC %1").arg(round % 2));
+        query(QStringLiteral(":BWID:DATA?"));
+        Send(QByteArray(":CALC:MEAS:MARK:COUP ") + couplings[round % 3]);
+        Query(":CALC:MEAS:MARK:COUP?", ok);
+        if (round % 10 == 9)
+        {
+            Send(QStringLiteral(":CALC%1:MEAS1:MARK:AOFF").arg(ch).toLatin1());
         }
     }
 

@@ -193,11 +193,38 @@ public:
     explicit FixtureControlPanel(MainWindow* window);
 };
 
-class MarkerControlPanel : public PendingControlsPanel
+// The markers of the selected trace: which marker is active, its flags and position, the peak
+// searches, tracking, coupling between traces and the bandwidth search.
+class MarkerControlPanel : public PanelBase
 {
     Q_OBJECT
 public:
     explicit MarkerControlPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    void BuildMarkerRows();
+    void BuildSearchRows();
+    void BuildBandwidthRows();
+
+    QLabel* traceName;
+    KXComboBox* marker;
+    QCheckBox* enabled;
+    QCheckBox* fixed;
+    QCheckBox* delta;
+    KXLineEdit* frequency;
+    KXLineEdit* time;
+    QLabel* readout;
+    KXPushButton* peakRight;
+    KXPushButton* peakLeft;
+    KXPushButton* peakNext;
+    KXLineEdit* threshold;
+    KXLineEdit* excursion;
+    KXComboBox* tracking;
+    KXComboBox* coupling;
+    QCheckBox* bwEnabled;
+    KXLineEdit* bwLimit;
+    QCheckBox* bwTracking;
 };
 
 class LimitLinePanel : public PanelBase

@@ -241,6 +241,59 @@ public slots:
     void traceVelocityChanged(int channel, double factor);
 
     // --- markers (mainwindow_markers.cpp) --------------------------------------------------------
+    // Forms with a trace (and marker) index act on that marker; the others act on the selected
+    // trace and its active marker, as the Markers panel does.
+    void markerSelected(int marker);
+    void markerEnable(int trace, int marker, bool on);
+    void markerEnable(bool on);
+    void markerFixed(int trace, int marker, bool on);
+    void markerFixed(bool on);
+    void markerDelta(int trace, int marker, bool on);
+    void markerDelta(bool on);
+    void markerToRef();
+    void markerPlace(int trace, double fraction);
+    void markerAddMarker(int trace);
+    void markerMove(int trace, bool left);
+    void markerSetX(int trace, int marker, double value);
+    void markerSetFreq(Frequency f);
+    // A time on the transformed axis, for the active marker.
+    void markerSetTime(double seconds);
+    void markerToStart();
+    void markerToStop();
+    void markerToCenter();
+    void markerPeakMax(int trace, int marker);
+    void markerPeakMax();
+    void markerPeakMin(int trace, int marker);
+    void markerPeakMin();
+    void markerPeakLeft(int trace, int marker);
+    void markerPeakLeft();
+    void markerPeakRight(int trace, int marker);
+    void markerPeakRight();
+    void markerPeakNext(int trace, int marker);
+    void markerPeakNext();
+    void markerExecute(int trace, int marker, int function);
+    void markerThresholdChanged(int trace, int marker, double value);
+    void markerThresholdChanged(double value);
+    void markerExcursionChanged(int trace, int marker, double value);
+    void markerExcursionChanged(double value);
+    void markerTrackingChanged(int trace, int marker, int tracking);
+    void markerTrackingChanged(int tracking);
+    void markerBWLimitChanged(int trace, double value);
+    void markerBWLimitChanged(double value);
+    void markerBWSearch(int trace);
+    void markerBWSearch();
+    void markerBWEnable(int trace, bool on);
+    void markerBWEnable(bool on);
+    void markerBWTrackingEnable(int trace, bool on);
+    void markerBWTrackingEnable(bool on);
+    void markerDisableAllTrace(int trace);
+    void markerDisableAllTrace();
+    void markerDisableAllChannel(int channel);
+    void markerDisableAllChannel();
+    void markerDisableAll();
+    void markerSetCoupling(int method);
+    // Wires a plot's mouse and menu marker signals to the slots above.
+    void ConnectPlotMarkers(VNAPlot* plot);
 
     // --- limit and ripple tests (mainwindow_limits.cpp) ------------------------------------------
     // Flags of a trace by index; the one-argument forms act on the active trace, as the panel does.

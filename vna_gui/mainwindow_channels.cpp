@@ -85,6 +85,7 @@ int MainWindow::addPlot(int number)
                 traceExport();
             });
     connect(plot, &VNAPlot::deleteTrace, this, &MainWindow::traceDelete);
+    ConnectPlotMarkers(plot);
     plots[number] = plot;
     plotArea->AddPlot(plot, number);
     return number;
@@ -173,7 +174,7 @@ void MainWindow::PresetInstrumentState(bool createDefault, bool restart)
         ResetToDefaultTrace();
     }
     model.rfEnabled = Preferences::Get().onPresetPowerOn;
-    model.markerCoupling = 1;
+    model.markerSetCoupling(MarkerCouplingChannel);
     model.reference = VNAReferenceInternal;
     model.triggerScopeAllChannels = false;
     if (triggerPanel)

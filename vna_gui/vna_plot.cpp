@@ -372,17 +372,12 @@ void VNAPlot::DrawTrace(VNAPainter& p, int index, int place, bool& rectGridDone,
     SetDataView(p, v, false);
     DrawGate(p, *t, v, ColorPrefs::Get().GetTraceColor(index));
     DrawCurves(p, *t, v, ColorPrefs::Get().GetTraceColor(index));
-    DrawMarkers(p, *t, ch, cur);
+    DrawMarkers(p, *t, cur);
     if (Preferences::Get().showSweepIndicator)
     {
         DrawSweepIndicators(p, *t, ch, yTop, yBottom);
     }
-    if (t->bwSearchEnabled && t->bwFound)
-    {
-        p.DrawMarker(-1, t->bwPeakFreq, t->bwPeakValue);
-        p.DrawMarker(-1, t->bwLowFreq, t->bwLowValue);
-        p.DrawMarker(-1, t->bwHighFreq, t->bwHighValue);
-    }
+    DrawBandwidthMarkers(p, *t);
     p.LoadIdentity();
     p.setClipping(false);
 }
@@ -568,20 +563,9 @@ void VNAPlot::DrawReadouts(VNAPainter& p, const VNATrace& t, int index, Cursors&
     if (t.bwSearchEnabled)
     {
         p.SetPenColor(color);
-        if (!t.bwFound)
+        for (const QString& line : t.GetBandwidthReadout())
         {
-            blockLine(tr("Bandwidth Not Found"));
-        }
-        else
-        {
-            const double bw = t.bwHighFreq - t.bwLowFreq;
-            const double center = (t.bwHighFreq + t.bwLowFreq) * 0.5;
-            blockLine(tr("Bandwidth ") + FreqText(bw));
-            blockLine(tr("Center ") + FreqText(center));
-            blockLine(tr("Low ") + FreqText(t.bwLowFreq));
-            blockLine(tr("High ") + FreqText(t.bwHighFreq));
-            blockLine(tr("Loss %1 dB").arg(QString::asprintf("%.2f", t.bwPeakValue)));
-            blockLine(tr("Q %1").arg(QString::asprintf("%.4f", center / bw)));
+            blockLine(line);
         }
     }
 
@@ -731,57 +715,6 @@ void VNAPlot::DrawCurves(VNAPainter& p, const VNATrace& t, const View& v, const 
     pen.setWidthF(1.0);
     p.setPen(pen);
     p.setRenderHint(QPainter::Antialiasing, savedAntialias);
-}
-
-void VNAPlot::DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel*, Cursors& cur)
-{
-    const VNAMarker& ref = t.markers[VNATrace::kReferenceMarker];
-    for (int k = 0; k < VNATrace::kMarkerCount; ++k)
-    {
-        const VNAMarker& m = t.markers[k];
-        if (!m.enabled)
-        {
-            continue;
-        }
-        const int id = k + 1;
-        p.DrawMarker(id, m.x, m.y);
-
-        QString text;
-        QString pos = GetMarkerPosString(m, t.format);
-        if (!t.transformEnabled)
-        {
-            if (id == VNATrace::kMarkerCount)
-            {
-                text = QStringLiteral("R:") + QLatin1Char(' ') + Frequency(m.f).GetFreqString() +
-                       QLatin1Char(' ') + pos;
-            }
-            else if (m.delta)
-            {
-                text = QChar(0x0394) + QString::asprintf("%d:", id) + QLatin1Char(' ') +
-                       FreqText(m.x - ref.x) + QLatin1Char(' ') +
-                       GetMarkerPosString(m.y - ref.y, t.format);
-            }
-            else
-            {
-                text = QStringLiteral("M") + QString::asprintf("%d:", id) + QLatin1Char(' ') +
-                       FreqText(m.x) + QLatin1Char(' ') + pos;
-            }
-        }
-        else
-        {
-            // Time or distance, by the transform's units and velocity factor.
-            text = t.GetMarkerReadout(k);
-        }
-
-        const QTransform saved = p.worldTransform();
-        p.LoadIdentity();
-        p.setClipping(false);
-        p.DrawString(text, cur.marker, Qt::AlignRight);
-        cur.marker.ry() += p.FontHeight();
-        // The clip rectangle is given in device terms, before the data view returns.
-        p.setClipRect(plotRect);
-        p.setWorldTransform(saved);
-    }
 }
 
 void VNAPlot::DrawSweepIndicators(VNAPainter& p, const VNATrace& t, const VNAChannel* ch,

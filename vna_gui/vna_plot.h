@@ -191,7 +191,9 @@ private:
     // The trace's own gate on its time-domain view: the gated stretch shaded (hatched for a
     // notch), start and stop lines, a dashed centre line and a span bar (vna_plot_time.cpp).
     void DrawGate(VNAPainter& p, const VNATrace& t, const View& v, const QColor& color);
-    void DrawMarkers(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, Cursors& cur);
+    // Markers and their read-outs (vna_plot_markers.cpp).
+    void DrawMarkers(VNAPainter& p, const VNATrace& t, Cursors& cur);
+    void DrawBandwidthMarkers(VNAPainter& p, const VNATrace& t);
     void DrawSweepIndicators(VNAPainter& p, const VNATrace& t, const VNAChannel* ch, double yTop,
                              double yBottom);
     void SetDataView(VNAPainter& p, const View& v, bool mirror);

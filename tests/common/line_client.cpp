@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QThread>
 #include <atomic>
 #include <cerrno>
@@ -15,6 +16,29 @@
 
 namespace testfx
 {
+void RunClients(const std::vector<std::function<void()>>& clients)
+{
+    std::atomic<int> running{int(clients.size())};
+    std::vector<std::thread> threads;
+    for (const auto& c : clients)
+    {
+        threads.emplace_back(
+            [&running, c]
+            {
+                c();
+                --running;
+            });
+    }
+    while (running.load() > 0)
+    {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    for (std::thread& t : threads)
+    {
+        t.join();
+    }
+}
+
 LineClient::~LineClient()
 {
     Close();
@@ -142,28 +166,6 @@ void LineClient::Close()
     {
         ::close(fd);
         fd = -1;
-    }
-}
-void RunClients(const std::vector<std::function<void()>>& clients)
-{
-    std::atomic<int> running{int(clients.size())};
-    std::vector<std::thread> threads;
-    for (const auto& c : clients)
-    {
-        threads.emplace_back(
-            [&running, c]
-            {
-                c();
-                --running;
-            });
-    }
-    while (running.load() > 0)
-    {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    for (std::thread& t : threads)
-    {
-        t.join();
     }
 }
 }  // namespace testfx

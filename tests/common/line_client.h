@@ -9,6 +9,10 @@
 
 namespace testfx
 {
+// Runs each client function on a thread of its own while the calling (GUI) thread keeps its
+// event loop going, so a window can serve the clients; returns when all have finished.
+void RunClients(const std::vector<std::function<void()>>& clients);
+
 class LineClient
 {
 public:
@@ -36,8 +40,4 @@ private:
     QByteArray buffer;
     bool eof = false;
 };
-
-// Runs each client on a thread of its own while the calling (main) thread keeps the event loop
-// going, so the window serves them; returns when all have finished.
-void RunClients(const std::vector<std::function<void()>>& clients);
 }  // namespace testfx

@@ -8,6 +8,7 @@
 #include <random>
 
 #include "error_log.h"
+#include "marker_reference.h"
 #include "test_fixtures.h"
 #include "vna_meas.h"
 #include "vna_model.h"
@@ -15,59 +16,11 @@
 
 using cplx = std::complex<double>;
 
+using testfx::NearestIndex;
+using testfx::WalkPeaks;
+
 namespace
 {
-// The peak rule read literally: candidates, then a walk on each side point by point.
-QVector<int> WalkPeaks(const QVector<double>& y, double threshold, double excursion)
-{
-    QVector<int> out;
-    const int n = y.size();
-    for (int p = 1; p < n - 1; ++p)
-    {
-        if (!(y[p] >= y[p - 1] && y[p] >= y[p + 1] && y[p] > threshold))
-        {
-            continue;
-        }
-        bool sides[2] = {false, false};
-        for (int s = 0; s < 2; ++s)
-        {
-            const int step = s == 0 ? -1 : 1;
-            const int end = s == 0 ? 0 : n - 1;
-            for (int k = p;; k += step)
-            {
-                if (y[p] - y[k] >= excursion)
-                {
-                    sides[s] = true;
-                    break;
-                }
-                if (k == end || y[k + step] > y[p])
-                {
-                    break;
-                }
-            }
-        }
-        if (sides[0] && sides[1])
-        {
-            out.append(p);
-        }
-    }
-    return out;
-}
-
-// Nearest point by a full scan, lowest index on ties.
-int NearestIndex(const QVector<double>& v, double pos)
-{
-    int best = 0;
-    for (int i = 1; i < v.size(); ++i)
-    {
-        if (std::fabs(v[i] - pos) < std::fabs(v[best] - pos))
-        {
-            best = i;
-        }
-    }
-    return best;
-}
-
 // A floor with noise, a plateau, two equal peaks side by side, a shallow bump and a tall peak.
 QVector<double> Landscape(int n, unsigned seed, double noise)
 {
