@@ -79,12 +79,28 @@ void VNAChannel::PerformAveraging(const SParametersRaw& update)
     QMutexLocker lock(&measLock);
     if (!stimulus.avgEnabled)
     {
+        // Shared, not copied: both follow the update.
         MeasAvg = update;
+        MeasLatest = update;
         return;
     }
+    const int end = update.positionEnd;
+    // Only the points new since the last update are copied: the loop stays fast at 64001.
+    if (MeasLatest.Size() != update.Size())
+    {
+        MeasLatest = update;
+    }
+    else
+    {
+        MeasLatest.CopyRange(update, avgPosition, end, 0, SParametersRaw::kVectorCount);
+        MeasLatest.positionStart = update.positionStart;
+        MeasLatest.positionEnd = end;
+    }
+    // The receivers are not averaged, but they follow the sweep.
+    MeasAvg.CopyRange(update, avgPosition, end, SParametersRaw::kRatioCount,
+                      SParametersRaw::kVectorCount);
     const double weight = 1.0 / std::min(double(stimulus.avgCount), double(avgCurrent + 1));
     const double keep = 1.0 - weight;
-    const int end = update.positionEnd;
     for (int v = 0; v < SParametersRaw::kRatioCount; ++v)
     {
         CplxVector& avg = MeasAvg.Vector(v);
@@ -118,6 +134,24 @@ void VNAChannel::PerformAveraging(const SParametersRaw& update)
     }
     MeasAvg.positionStart = update.positionStart;
     MeasAvg.positionEnd = update.positionEnd;
+}
+
+CplxVector VNAChannel::RawSParam(VNATraceMeas meas) const
+{
+    QMutexLocker lock(&measLock);
+    return MeasLatest.GetSParam(meas);
+}
+
+bool VNAChannel::RawReceiver(const QString& word, CplxVector& out) const
+{
+    QMutexLocker lock(&measLock);
+    bool found = false;
+    const CplxVector* v = MeasLatest.GetReceiver(word, found);
+    if (found)
+    {
+        out = *v;
+    }
+    return found;
 }
 
 SParameters VNAChannel::ApplyCorrections(const SParametersRaw& raw) const
@@ -158,6 +192,7 @@ void VNAChannel::Copy(const VNAChannel& o)
         QMutexLocker lockOther(&o.measLock);
         QMutexLocker lock(&measLock);
         MeasAvg = o.MeasAvg;
+        MeasLatest = o.MeasLatest;
         avgCurrent = o.avgCurrent;
         avgPosition = o.avgPosition;
     }

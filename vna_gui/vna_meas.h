@@ -51,7 +51,13 @@ public:
     QString GetShortName() const;
 
     void ClearAveraging();
+    // Folds the update into MeasAvg and keeps it, unaveraged, as the latest raw data.
     void PerformAveraging(const SParametersRaw& update);
+    // The latest raw (unaveraged) data as averaging took it, safe to call from any thread
+    // while the measurement loop runs; MeasRaw itself is written by the device during a sweep.
+    CplxVector RawSParam(VNATraceMeas meas) const;
+    // The receiver named "a1fwd" ... "b2rev" into out; false for any other word.
+    bool RawReceiver(const QString& word, CplxVector& out) const;
     SParameters ApplyCorrections(const SParametersRaw& raw) const;
     bool IsFullyCorrected() const;
     bool IsInterpolating() const;
@@ -70,9 +76,10 @@ public:
     bool isImportedS2PData = false;
     VNAStimulus stimulus;
     SParametersRaw MeasRaw;
-    // Guards MeasAvg, avgCurrent and avgPosition.
+    // Guards MeasAvg, MeasLatest, avgCurrent and avgPosition.
     mutable QMutex measLock;
     SParametersRaw MeasAvg;
+    SParametersRaw MeasLatest;
     int32_t avgCurrent = 0;
     int32_t avgPosition = 0;
     SParameters MeasCal;

@@ -276,6 +276,7 @@ void VNAModel::ReconfigureChannels()
         {
             QMutexLocker measLock(&c->measLock);
             c->MeasAvg.Resize(n);
+            c->MeasLatest.Resize(n);
             c->avgCurrent = 0;
         }
         c->MeasCal.Resize(n);

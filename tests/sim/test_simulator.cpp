@@ -636,6 +636,117 @@ private slots:
         model.device.Disconnect();
     }
 
+    // Averaging on noisy data: the raw record is the latest sweep as the device gave it, not the
+    // average, and the receivers follow every sweep.
+    void rawDataUnderAveraging()
+    {
+        QCOMPARE(Cmd("connect thru"), QStringLiteral("ok"));
+        VNAModel model(&lib);
+        QVERIFY(model.device.Connect());
+        VNAChannel& ch = *model.channels[0];
+        {
+            QMutexLocker lock(&model.traceLock);
+            int t = 0;
+            model.InternalCreateTrace(t)->meas = S21;
+            model.mapper.SetPos(0, 0, t);
+        }
+        ch.stimulus = testfx::Stimulus(1e9, 9e9, 41);
+        ch.stimulus.avgEnabled = true;
+        ch.stimulus.avgCount = 4;
+
+        // Sweeps this short are taken whole: one update per sweep. What averaging was given is
+        // recorded on the loop's thread, right after each sweep.
+        ch.stimulus.ifbw = 100000;
+        QVERIFY(ch.stimulus.EstimateSweepTime() <= VNAModel::kBlockingSweepTime);
+        QMutex seenLock;
+        QVector<CplxVector> seen;
+        const QMetaObject::Connection recorder = connect(
+            &model, &VNAModel::updatePlotsSignal, &model,
+            [&]
+            {
+                QMutexLocker lock(&seenLock);
+                seen.append(ch.RawSParam(S21));
+            },
+            Qt::DirectConnection);
+        model.MeasStart();
+        QVERIFY(WaitFor(
+            [&]
+            {
+                QMutexLocker lock(&seenLock);
+                return seen.size() >= 7;
+            }));
+        model.MeasStop();
+        disconnect(recorder);
+        // The last raw record is what the device wrote, receivers included.
+        QCOMPARE(ch.RawSParam(S21), ch.MeasRaw.S21);
+        for (const char* word : {"a1fwd", "b2fwd"})
+        {
+            CplxVector rx;
+            QVERIFY(ch.RawReceiver(word, rx));
+            bool found = false;
+            QCOMPARE(rx, *ch.MeasRaw.GetReceiver(word, found));
+            QVERIFY(!AllZero(rx));
+            QMutexLocker lock(&ch.measLock);
+            QCOMPARE(*ch.MeasAvg.GetReceiver(word, found), rx);
+        }
+        CplxVector none;
+        QVERIFY(!ch.RawReceiver("c3fwd", none));
+        // Each sweep has its own noise, and the average is the running mean of the raw records
+        // (cumulative up to the count, then exponential).
+        CplxVector mean(41);
+        for (int k = 0; k < seen.size(); ++k)
+        {
+            const double w = 1.0 / std::min(4.0, k + 1.0);
+            for (int i = 0; i < 41; ++i)
+            {
+                mean[i] = seen[k][i] * w + mean[i] * (1.0 - w);
+            }
+            QVERIFY(k == 0 || seen[k] != seen[k - 1]);
+        }
+        {
+            QMutexLocker lock(&ch.measLock);
+            double worst = 0.0;
+            for (int i = 0; i < 41; ++i)
+            {
+                worst = std::max(worst, std::abs(ch.MeasAvg.S21[i] - mean[i]));
+            }
+            QVERIFY(worst < 1e-12);
+            QVERIFY(ch.MeasAvg.S21 != ch.MeasRaw.S21);
+        }
+
+        // A longer sweep arrives in parts; after every part the raw record holds the reported
+        // prefix of the device's buffers exactly (read on the loop's thread, as the loop does).
+        ch.stimulus.ifbw = 1000;
+        ch.stimulus.points = 101;
+        QVERIFY(ch.stimulus.EstimateSweepTime() > VNAModel::kBlockingSweepTime);
+        bool prefixesMatch = true;
+        connect(
+            &model, &VNAModel::updatePlotsSignal, &model,
+            [&]
+            {
+                const int end = ch.MeasRaw.positionEnd;
+                const CplxVector raw = ch.RawSParam(S21);
+                CplxVector rx;
+                ch.RawReceiver("b2fwd", rx);
+                for (int i = 0; i < end; ++i)
+                {
+                    prefixesMatch = prefixesMatch && raw[i] == ch.MeasRaw.S21[i] &&
+                                    rx[i] == ch.MeasRaw.b2Fwd[i];
+                }
+            },
+            Qt::DirectConnection);
+        model.MeasStart();
+        QVERIFY(WaitFor(
+            [&]
+            {
+                QMutexLocker lock(&ch.measLock);
+                return ch.avgCurrent >= 2;
+            }));
+        model.MeasStop();
+        QVERIFY(prefixesMatch);
+        model.device.Disconnect();
+    }
+
     void sceneCommandsOverLoopback()
     {
         // The listener started with the first open, on the port asked for.

@@ -69,7 +69,19 @@ void TestVNAModel::averagingWeights()
     }
     QCOMPARE(ch.avgCurrent, 10);  // saturates at the count
     QCOMPARE(ch.avgPosition, 0);
-    QCOMPARE(ch.MeasAvg.a1Fwd[0], cplx(0, 0));  // receivers are not averaged
+    // The raw record is the last sweep itself.
+    QCOMPARE(ch.RawSParam(S21), CplxVector(4, cplx(12, -12)));
+    // Receivers are not averaged: they are taken as each sweep brings them.
+    for (double k : {1.0, 2.0})
+    {
+        SParametersRaw u = Constant(4, cplx(k, 0));
+        u.b2Rev.fill(cplx(0, k));
+        ch.PerformAveraging(u);
+        QCOMPARE(ch.MeasAvg.b2Rev, CplxVector(4, cplx(0, k)));
+        CplxVector rx;
+        QVERIFY(ch.RawReceiver("b2rev", rx));
+        QCOMPARE(rx, CplxVector(4, cplx(0, k)));
+    }
 
     ch.ClearAveraging();
     ch.PerformAveraging(Constant(4, cplx(7, 0)));  // the first sweep after a clear replaces
@@ -114,6 +126,8 @@ void TestVNAModel::partialAveraging()
     QCOMPARE(ch.MeasAvg.S11[5], cplx(100, 0));
     QCOMPARE(ch.avgCurrent, 1);
     QCOMPARE(ch.avgPosition, 0);
+    // The raw record takes each point once per sweep too, as far as the update reached.
+    QCOMPARE(ch.RawSParam(S11), (CplxVector{8, 8, 8, 100, 100, 100}));
 }
 
 void TestVNAModel::mapper()
