@@ -1,5 +1,6 @@
 #include "vna_model.h"
 
+#include <malloc.h>
 #include <pthread.h>
 #include <QDebug>
 #include <QMutexLocker>
@@ -19,8 +20,27 @@ void SystemSleep(int ms)
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
+namespace
+{
+// At the largest sweeps the loop lets go of megabyte buffers and takes new ones every display
+// cycle (copy-on-write copies of the sweep records). By default the C library hands such memory
+// back to the kernel at once and faults it in again on the next allocation, which costs tens of
+// milliseconds a cycle, and as much again on the wait for a stop: keep it in the process.
+void KeepLargeBuffersInProcess()
+{
+    static std::once_flag once;
+    std::call_once(once,
+                   []
+                   {
+                       mallopt(M_MMAP_THRESHOLD, 64 << 20);
+                       mallopt(M_TRIM_THRESHOLD, 256 << 20);
+                   });
+}
+}  // namespace
+
 VNAModel::VNAModel(const VnaLib* library, QObject* parent) : QObject(parent), device(library)
 {
+    KeepLargeBuffersInProcess();
     for (int i = 0; i < kChannelCount; ++i)
     {
         channels.append(new VNAChannel(i));
@@ -54,12 +74,33 @@ void VNAModel::MeasStop()
         return;
     }
     measRunning.store(false);
+    WakeLoop();
     measThread.join();
 }
 
 void VNAModel::RequestReconfigure()
 {
     reconfigure.store(true, std::memory_order_seq_cst);
+    if (measRunning.load())
+    {
+        WakeLoop();
+    }
+}
+
+void VNAModel::WakeLoop()
+{
+    {
+        std::lock_guard<std::mutex> lock(cycleMutex);
+    }
+    cycleWake.notify_all();
+    device.InterruptWaits();
+}
+
+void VNAModel::WaitCycle()
+{
+    std::unique_lock<std::mutex> lock(cycleMutex);
+    cycleWake.wait_for(lock, std::chrono::milliseconds(kDisplayCycleMs),
+                       [this] { return !measRunning.load() || reconfigure.load(); });
 }
 
 int VNAModel::GetNextAvailableChannelIndex() const
@@ -263,6 +304,11 @@ void VNAModel::ReconfigureChannels()
     }
     for (VNAChannel* c : channels)
     {
+        // Resizing is slow at the largest sweeps; a stopped loop reconfigures afresh next time.
+        if (!measRunning.load())
+        {
+            return;
+        }
         if (!c->enabled)
         {
             continue;
@@ -276,8 +322,8 @@ void VNAModel::ReconfigureChannels()
         {
             QMutexLocker measLock(&c->measLock);
             c->MeasAvg.Resize(n);
-            c->MeasLatest.Resize(n);
             c->avgCurrent = 0;
+            c->avgPosition = 0;  // the new loop's first sweep starts at point 0
         }
         c->MeasCal.Resize(n);
         c->processed.Resize(n);
@@ -313,7 +359,7 @@ void VNAModel::MeasThread()
         }
         if (!anySwept)
         {
-            SystemSleep(kDisplayCycleMs);
+            WaitCycle();
         }
     }
 }
@@ -351,6 +397,10 @@ bool VNAModel::SweepChannel(VNAChannel& ch, int& lastChannel, bool& lastFwd, boo
         device.Configure(ch.stimulus, rfEnabled, fwd, rev, hdr, false, spurReject);
         lastFwd = fwd;
         lastRev = rev;
+        if (!measRunning.load())
+        {
+            return false;  // the configuration may have been cut short; no sweep on it
+        }
     }
     const double sweepTime = ch.stimulus.EstimateSweepTime();
     emit updateSweepProgressBarVisibilitySignal(sweepTime >= 1.0);
@@ -393,7 +443,11 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
     device.StartSweep(ch.MeasRaw);
     while (!reconfigure.load() && measRunning.load())
     {
-        SystemSleep(kDisplayCycleMs);
+        WaitCycle();
+        if (reconfigure.load() || !measRunning.load())
+        {
+            break;  // woken to stop: no point in showing one more part
+        }
         int fwdPts = 0, revPts = 0;
         double percent = 0.0;
         device.GetSweepUpdate(fwdPts, revPts, percent);
@@ -427,6 +481,7 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
     ch.MeasRaw.ClearPositionOnly();
     QMutexLocker lock(&ch.measLock);
     ch.MeasAvg.ClearPositionOnly();
+    ch.avgPosition = 0;  // the next sweep starts at point 0
 }
 
 void VNAModel::PrepareChannelData(VNAChannel& ch)

@@ -7,7 +7,9 @@
 #include <QObject>
 #include <QVector>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 #include <thread>
 
 #include "vna_device.h"
@@ -114,6 +116,10 @@ private:
     // One channel's turn; returns false when the channel was skipped.
     bool SweepChannel(VNAChannel& channel, int& lastChannel, bool& lastFwd, bool& lastRev);
     void ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
+    // One display cycle's sleep, cut short by a stop or a reconfiguration request.
+    void WaitCycle();
+    // Ends the loop's waits, its own and the device's, so that it sees a request at once.
+    void WakeLoop();
     // Steps of the chain that depend on the channel only, computed once per pass.
     void PrepareChannelData(VNAChannel& channel);
     // Last step of the chain: tracked markers of the trace carry over to coupled traces.
@@ -122,6 +128,10 @@ private:
     std::thread measThread;
     std::atomic<bool> measRunning{false};
     std::atomic<bool> reconfigure{false};
+    // Orders the loop's cycle sleep against a wake-up, so that none is lost between the check of
+    // measRunning and reconfigure and the sleep.
+    std::mutex cycleMutex;
+    std::condition_variable cycleWake;
     std::atomic<uint64_t> sweepsStarted{0};
 };
 

@@ -7,8 +7,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <atomic>
 #include <cmath>
 #include <complex>
+#include <thread>
 
 #include "test_fixtures.h"
 #include "vna_device.h"
@@ -590,6 +592,54 @@ private slots:
         QCOMPARE(laterRev, 0);
         QVERIFY(AllZero(r.S12));
         dev.FinishSweep();  // nothing left to wait for
+        dev.Disconnect();
+    }
+
+    // The waits of the library end when another thread aborts the sweep: a whole vnaGetSweep,
+    // and vnaFinishSweep before the sweep is complete.
+    void abortFromAnotherThreadEndsWaits()
+    {
+        VNADevice dev(&lib);
+        QVERIFY(dev.Connect());
+        VNAStimulus s = testfx::Stimulus(1e9, 10e9, 2001);
+        s.ifbw = 100;  // 20 ms a point: 40 s a direction
+        QVERIFY(dev.Configure(s, true, true, true, true, false, false));
+        int fwdPts = 0, revPts = 0;
+        double percent = 0;
+        auto status = [&]
+        {
+            lib.vnaGetSweepStatus(dev.Handle(), &fwdPts, &revPts, &percent);
+            return fwdPts;
+        };
+
+        // An abort that comes before the sweep has begun is forgotten when it begins: abort
+        // until the call returns.
+        SParametersRaw whole;
+        std::atomic<bool> done{false};
+        std::thread sweeper(
+            [&]
+            {
+                dev.GetSweep(whole);
+                done = true;
+            });
+        QVERIFY(WaitFor(
+            [&]
+            {
+                lib.vnaAbortSweep(dev.Handle());
+                return done.load();
+            }));
+        sweeper.join();
+        QVERIFY(status() < s.points);
+        QVERIFY(AllZero(whole.S12));
+
+        SParametersRaw r;
+        r.Resize(s.points);
+        dev.StartSweep(r);
+        std::thread finisher([&] { dev.FinishSweep(); });
+        lib.vnaAbortSweep(dev.Handle());
+        finisher.join();
+        QVERIFY(status() < s.points);
+        QCOMPARE(revPts, 0);
         dev.Disconnect();
     }
 

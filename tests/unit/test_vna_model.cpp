@@ -1,6 +1,7 @@
 #include <QMutexLocker>
 #include <QSignalSpy>
 #include <QtTest>
+#include <atomic>
 
 #include "error_log.h"
 #include "test_fixtures.h"
@@ -21,6 +22,7 @@ private slots:
     void loopSweepsAndSingleFallsBackToHold();
     void holdMakesNoDeviceCall();
     void reconfigurationAbortsSingleSweep();
+    void stopEndsTheDemoWait();
     void noDeviceNoLoop();
     void errorQueue();
 
@@ -91,7 +93,7 @@ void TestVNAModel::averagingWeights()
     ch.PerformAveraging(Constant(4, cplx(3, 0)));
     QCOMPARE(ch.MeasAvg.S11[2], cplx(3, 0));
 
-    ch.stimulus.avgEnabled = false;  // off: the update is taken whole, positions included
+    ch.stimulus.avgEnabled = false;  // off: the update's points are taken as they are
     SParametersRaw u = Constant(4, cplx(9, 9));
     u.a2Rev[1] = cplx(5, 5);
     u.positionEnd = 2;
@@ -224,6 +226,42 @@ void TestVNAModel::reconfigurationAbortsSingleSweep()
     model.MeasStop();
     QCOMPARE(model.channels[0]->MeasRaw.positionEnd, 0);
     QCOMPARE(model.SweepsStarted(), uint64_t(1));
+}
+
+void TestVNAModel::stopEndsTheDemoWait()
+{
+    // Forward only: once the forward phase is complete the loop finishes the sweep, and the demo
+    // makes it wait for the reverse phase too. On a stopped demo clock that wait never ends by
+    // itself; the stop must end it.
+    VNAModel model(&none);
+    std::atomic<int64_t> now{0};
+    model.device.SetDemoClock([&] { return now.load(); });
+    QVERIFY(model.device.ConnectDemo());
+    AddTrace(model, 0, S11);
+    model.channels[0]->stimulus = testfx::Stimulus(1e9, 5e9, 64001);
+    std::atomic<int> polls{0};
+    std::atomic<bool> complete{false}, finishing{false};
+    connect(
+        &model, &VNAModel::updateSweepProgressSignal, &model,
+        [&](double percent)
+        {
+            ++polls;
+            complete = complete || percent >= 100.0;
+        },
+        Qt::DirectConnection);
+    // The last display of a sweep comes right before the loop finishes it.
+    connect(
+        &model, &VNAModel::updatePlotsSignal, &model, [&] { finishing = finishing || complete; },
+        Qt::DirectConnection);
+    model.MeasStart();
+    QTRY_VERIFY_WITH_TIMEOUT(polls > 0, 10000);  // the sweep has started on the demo's clock
+    now = VNADevice::DemoSweepTime(64001) + 1;
+    QTRY_VERIFY_WITH_TIMEOUT(finishing, 10000);
+    model.MeasStop();
+    QVERIFY(!model.MeasRunning());
+    // The sweep was complete before the wait: its data stands.
+    QMutexLocker lock(&model.channels[0]->measLock);
+    QCOMPARE(model.channels[0]->MeasAvg.positionEnd, 64001);
 }
 
 void TestVNAModel::noDeviceNoLoop()
