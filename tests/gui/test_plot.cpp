@@ -1,5 +1,6 @@
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QImage>
 #include <QMutexLocker>
@@ -939,6 +940,42 @@ void TestPlot::colorPrefsAndRememberedFolders()
     QCOMPARE(QFileInfo(startName).fileName(), QString("a.vnacal"));
     QCOMPARE(QDir(GetDefaultUserDirectory("DefaultCalSetSaveDirectory")),
              QDir(dir.filePath("sub")));
+
+    // A name typed without an extension takes the chosen filter's first one; an extension given
+    // stays.
+    QCOMPARE(FilterSuffix("Image Files (*.png *.jpg *.bmp)"), QString("png"));
+    QCOMPARE(FilterSuffix("All Files (*)"), QString());
+    const QString images = QStringLiteral("Image Files (*.png *.jpg *.bmp);;Text Files (*.txt)");
+    struct Typed
+    {
+        QString filter;  // empty: the first
+        QString name;
+        QString expected;
+    } typed[] = {{QString(), "shot", "shot.png"},
+                 {"Text Files (*.txt)", "notes", "notes.txt"},
+                 {QString(), "photo.jpg", "photo.jpg"}};
+    for (const Typed& t : typed)
+    {
+        QTimer::singleShot(0,
+                           [&]
+                           {
+                               auto* dlg =
+                                   qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                               QVERIFY(dlg);
+                               if (!t.filter.isEmpty())
+                               {
+                                   // As a user picks it, from the dialog's list of filters.
+                                   auto* types = dlg->findChild<QComboBox*>("fileTypeCombo");
+                                   QVERIFY(types);
+                                   QTest::keyClick(types, Qt::Key_Down);
+                                   QCOMPARE(dlg->selectedNameFilter(), t.filter);
+                               }
+                               dlg->selectFile(dir.filePath(t.name));
+                               static_cast<QDialog*>(dlg)->accept();
+                           });
+        const QString saved = GetFileNameSave(nullptr, "DefaultImageSaveDirectory", images, "Save");
+        QCOMPARE(QFileInfo(saved).fileName(), t.expected);
+    }
 
     // A cancelled dialog keeps the remembered folder.
     QTimer::singleShot(0,
