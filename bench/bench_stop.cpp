@@ -7,6 +7,9 @@
 //   once by stepping the demo's clock past the forward phase.
 // - AfterPointChange: up to 45 ms after the point count changed and the loop restarted, while
 //   it reallocates its buffers, configures the device and starts its sweep.
+//
+// TraceLockDuringRebuild: the longest a repaint waits for the trace lock while a restarted loop
+// rebuilds a two-port calibration's terms for a new 64001-point sweep.
 #include <benchmark/benchmark.h>
 
 #include <QLoggingCategory>
@@ -17,6 +20,7 @@
 #include <memory>
 #include <thread>
 
+#include "cal_fixtures.h"
 #include "vna_lib.h"
 #include "vna_model.h"
 #include "vna_sim.h"
@@ -178,6 +182,52 @@ void BM_StopSimulatorAfterPointChange(benchmark::State& state)
     TimeStopsAfterPointChanges(state, MakeModel(true, {S11, S21, S12, S22}).get(), AfterStart);
 }
 
+void BM_TraceLockDuringRebuild(benchmark::State& state)
+{
+    std::unique_ptr<VNAModel> model = MakeModel(false, {S11, S21, S12, S22});
+    if (!model)
+    {
+        state.SkipWithError("no device");
+        return;
+    }
+    // A calibration of 2001 points, interpolated onto the sweep.
+    VNAChannel& ch = *model->channels[0];
+    testfx::SyntheticCal setup;
+    setup.type = SOLT;
+    setup.thru = testfx::Line(50.0, 82.157e-12, 0.0);
+    const testfx::ErrorModel box = testfx::ErrorModel::Random(5);
+    const VNAStimulus calStim = []
+    {
+        VNAStimulus s;
+        s.points = 2001;
+        return s;
+    }();
+    ch.calibration = testfx::MeasureCalibration(setup, testfx::ModelKit(), calStim, box, box);
+    double worst = 0.0;
+    for (auto _ : state)
+    {
+        model->MeasStop();
+        ch.stimulus.points = kPoints - 1000 * (state.iterations() % 2);
+        const uint64_t before = model->SweepsStarted();
+        model->MeasStart();
+        // As a repaint would, take the lock over and over until the first sweep has begun.
+        double longest = 0.0;
+        while (model->SweepsStarted() == before)
+        {
+            const Clock::time_point t0 = Clock::now();
+            {
+                QMutexLocker lock(&model->traceLock);
+            }
+            longest = std::max(longest, std::chrono::duration<double>(Clock::now() - t0).count());
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        state.SetIterationTime(longest);
+        worst = std::max(worst, longest);
+    }
+    model->MeasStop();
+    state.counters["worst_ms"] = worst * 1e3;
+}
+
 BENCHMARK(BM_StopDemoMidSweep)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
 BENCHMARK(BM_StopDemoFinishing)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_StopDemoAfterPointChange)
@@ -185,6 +235,7 @@ BENCHMARK(BM_StopDemoAfterPointChange)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(20);
 BENCHMARK(BM_StopSimulatorMidSweep)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
+BENCHMARK(BM_TraceLockDuringRebuild)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(6);
 BENCHMARK(BM_StopSimulatorAfterPointChange)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)

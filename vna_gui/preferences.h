@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
@@ -51,7 +52,11 @@ public:
     int32_t scpiLogMaxEntries = 1000;
     int32_t scpiLogMaxMessageLength = 1000;
     bool scpiLogIsFIFO = true;
-    bool useFactoryCal = true;
+    // Whether channels without a user calibration apply the factory correction. Read by the
+    // measurement loop while the remote interface may change it: reach it through these.
+    bool UseFactoryCal() const { return useFactoryCal.load(); }
+    void SetUseFactoryCal(bool use) { useFactoryCal.store(use); }
+    std::atomic<bool> useFactoryCal{true};
     KXStyleSheet programStyle = KXStyleDark;
     bool saveOnClose = true;
 

@@ -189,7 +189,7 @@ SParameters VNAChannel::ApplyCorrections(const SParametersRaw& raw) const
     {
         return calibration.ApplyCorrections(raw, interpolationEnabled);
     }
-    if (Preferences::Get().useFactoryCal)
+    if (Preferences::Get().UseFactoryCal())
     {
         return factoryCalibration.ApplyCorrections(raw, true);
     }

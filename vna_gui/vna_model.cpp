@@ -155,6 +155,12 @@ VNATrace* VNAModel::ActiveTrace() const
     return IsValidTraceIndex(selectedTraceIndex) ? traces[selectedTraceIndex] : nullptr;
 }
 
+void VNAModel::SetSelectedTrace(int index)
+{
+    QMutexLocker lock(&traceLock);
+    selectedTraceIndex = index;
+}
+
 void VNAModel::DeleteAllTraces()
 {
     QMutexLocker lock(&traceLock);
@@ -304,33 +310,63 @@ void VNAModel::ReconfigureChannels()
     }
     for (VNAChannel* c : channels)
     {
-        // Resizing is slow at the largest sweeps; a stopped loop reconfigures afresh next time.
+        // Rebuilding is slow at the largest sweeps; a stopped loop reconfigures afresh next time.
         if (!measRunning.load())
         {
             return;
         }
-        if (!c->enabled)
+        if (c->enabled)
         {
-            continue;
+            qDebug() << "Reconfiguring channels";
+            ReconfigureChannel(*c);
         }
-        qDebug() << "Reconfiguring channels";
-        const int n = c->stimulus.points;
-        c->MeasRaw.Resize(n);
-        // The chain may run on the GUI thread meanwhile (a setting change): what it reads, the
-        // corrected data and the calibration's terms, changes under the trace lock only.
-        QMutexLocker lock(&traceLock);
-        {
-            QMutexLocker measLock(&c->measLock);
-            c->MeasAvg.Resize(n);
-            c->avgCurrent = 0;
-            c->avgPosition = 0;  // the new loop's first sweep starts at point 0
-        }
-        c->MeasCal.Resize(n);
-        c->processed.Resize(n);
-        c->calibration.BuildCorrections(c->stimulus);
-        c->factoryCalibration.BuildCorrections(c->stimulus);
     }
     emit updateStatusBarStimulusSignal();
+}
+
+void VNAModel::ReconfigureChannel(VNAChannel& c)
+{
+    const int n = c.stimulus.points;
+    c.MeasRaw.Resize(n);
+    // The chain may run on the GUI thread meanwhile (a setting change, a repaint's read): what it
+    // reads, the averaged and corrected data and the calibrations' terms, is made anew outside
+    // the locks and only swapped in under them, so that nobody waits for a rebuild of the terms.
+    VNACalibration user = c.calibration;
+    user.BuildCorrections(c.stimulus);
+    VNACalibration factory = c.factoryCalibration;
+    factory.BuildCorrections(c.stimulus);
+    int calSize = 0, processedSize = 0;
+    {
+        QMutexLocker lock(&traceLock);
+        calSize = c.MeasCal.Size();
+        processedSize = c.processed.Size();
+    }
+    SParameters cal, processed;
+    cal.Resize(calSize == n ? 0 : n);
+    processed.Resize(processedSize == n ? 0 : n);
+    SParametersRaw avg;
+    avg.Resize(c.MeasAvg.Size() == n ? 0 : n);  // the loop is MeasAvg's only writer
+
+    QMutexLocker lock(&traceLock);
+    {
+        QMutexLocker measLock(&c.measLock);
+        if (avg.Size() == n)
+        {
+            std::swap(c.MeasAvg, avg);
+        }
+        c.avgCurrent = 0;
+        c.avgPosition = 0;  // the new loop's first sweep starts at point 0
+    }
+    if (cal.Size() == n)
+    {
+        std::swap(c.MeasCal, cal);
+    }
+    if (processed.Size() == n)
+    {
+        std::swap(c.processed, processed);
+    }
+    std::swap(c.calibration, user);
+    std::swap(c.factoryCalibration, factory);
 }
 
 void VNAModel::MeasThread()

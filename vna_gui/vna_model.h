@@ -68,6 +68,8 @@ public:
     VNATrace* InternalCreateTrace(int& index);
     // The selected trace, or null; the caller holds traceLock.
     VNATrace* ActiveTrace() const;
+    // Selects a trace by its index, under traceLock: the loop reads the selection.
+    void SetSelectedTrace(int index);
     void DeleteAllTraces();
 
     // Diagnostics of the loop for tests and the status bar.
@@ -113,6 +115,7 @@ signals:
 private:
     void MeasThread();
     void ReconfigureChannels();
+    void ReconfigureChannel(VNAChannel& channel);
     // One channel's turn; returns false when the channel was skipped.
     bool SweepChannel(VNAChannel& channel, int& lastChannel, bool& lastFwd, bool& lastRev);
     void ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);

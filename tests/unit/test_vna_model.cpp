@@ -3,7 +3,9 @@
 #include <QtTest>
 #include <atomic>
 
+#include "cal_fixtures.h"
 #include "error_log.h"
+#include "preferences.h"
 #include "test_fixtures.h"
 #include "vna_lib.h"
 #include "vna_model.h"
@@ -23,6 +25,7 @@ private slots:
     void holdMakesNoDeviceCall();
     void reconfigurationAbortsSingleSweep();
     void stopEndsTheDemoWait();
+    void settingsChangedWhileTheLoopRuns();
     void noDeviceNoLoop();
     void errorQueue();
 
@@ -262,6 +265,56 @@ void TestVNAModel::stopEndsTheDemoWait()
     // The sweep was complete before the wait: its data stands.
     QMutexLocker lock(&model.channels[0]->measLock);
     QCOMPARE(model.channels[0]->MeasAvg.positionEnd, 64001);
+}
+
+void TestVNAModel::settingsChangedWhileTheLoopRuns()
+{
+    // The factory correction preference and the trace selection are written by the interface
+    // while the loop reads them: each change shows in the next sweep.
+    VNAModel model(&none);
+    QVERIFY(model.device.ConnectDemo());
+    VNAChannel& ch = *model.channels[0];
+    ch.stimulus = testfx::Stimulus(1e9, 2e9, 201);
+    AddTrace(model, 0, S11);
+    AddTrace(model, 0, S21);
+    testfx::SyntheticCal sol;
+    sol.type = SOL;
+    ch.factoryCalibration =
+        testfx::MeasureCalibration(sol, testfx::ModelKit(), ch.stimulus,
+                                   testfx::ErrorModel::Random(61), testfx::ErrorModel::Random(61));
+    Preferences& prefs = Preferences::Get();
+    prefs.SetUseFactoryCal(true);
+    model.MeasStart();
+    auto nextSweeps = [&]
+    {
+        // The sweep after the one under way began after the change, and has ended.
+        const uint64_t now = model.SweepsStarted();
+        QTRY_VERIFY_WITH_TIMEOUT(model.SweepsStarted() >= now + 2, 10000);
+    };
+    nextSweeps();
+    for (bool use : {false, true, false})
+    {
+        prefs.SetUseFactoryCal(use);
+        model.SetSelectedTrace(use ? 1 : 0);
+        {
+            QMutexLocker lock(&model.traceLock);
+            QCOMPARE(model.ActiveTrace(), model.traces[use ? 1 : 0]);
+        }
+        nextSweeps();
+        model.MeasStop();
+        {
+            QMutexLocker lock(&model.traceLock);
+            QMutexLocker measLock(&ch.measLock);
+            const SParameters expected =
+                use ? ch.factoryCalibration.ApplyCorrections(ch.MeasAvg, true)
+                    : ch.MeasAvg.ToSParam();
+            QCOMPARE(ch.MeasCal.S11, expected.S11);
+            QVERIFY(use == (ch.MeasCal.S11 != ch.MeasAvg.S11));
+        }
+        model.MeasStart();
+    }
+    model.MeasStop();
+    prefs.SetUseFactoryCal(true);
 }
 
 void TestVNAModel::noDeviceNoLoop()
