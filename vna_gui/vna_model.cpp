@@ -397,6 +397,7 @@ void VNAModel::MeasThread()
         {
             WaitCycle();
         }
+        ++roundsRun;
     }
 }
 

@@ -74,6 +74,8 @@ public:
 
     // Diagnostics of the loop for tests and the status bar.
     uint64_t SweepsStarted() const { return sweepsStarted.load(); }
+    // Rounds over the channels, swept or idle.
+    uint64_t RoundsRun() const { return roundsRun.load(); }
 
     VNADevice device;
     QVector<VNAChannel*> channels;
@@ -136,6 +138,7 @@ private:
     std::mutex cycleMutex;
     std::condition_variable cycleWake;
     std::atomic<uint64_t> sweepsStarted{0};
+    std::atomic<uint64_t> roundsRun{0};
 };
 
 void SetThreadName(std::thread& thread, const char* name);
