@@ -199,13 +199,18 @@ void SParametersRaw::Add(const SParametersRaw& other)
 
 void SParametersRaw::PartialCopy(const SParametersRaw& src)
 {
+    PartialCopy(src, 0);
+}
+
+void SParametersRaw::PartialCopy(const SParametersRaw& src, int from)
+{
     if (Size() != src.Size())
     {
         return;
     }
     positionStart = src.positionStart;
     positionEnd = src.positionEnd;
-    CopyRange(src, 0, src.positionEnd, 0, kVectorCount);
+    CopyRange(src, from, src.positionEnd, 0, kVectorCount);
 }
 
 void SParametersRaw::CopyRange(const SParametersRaw& src, int begin, int end, int firstVector,

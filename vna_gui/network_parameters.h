@@ -56,6 +56,9 @@ public:
     void Scale(double factor);
     void Add(const SParametersRaw& other);
     void PartialCopy(const SParametersRaw& src);
+    // The same for a record that already holds src's elements before `from`: a sweep's finished
+    // points do not change, so each update need copy only what is new.
+    void PartialCopy(const SParametersRaw& src, int from);
     // Elements begin up to end (exclusive) of the vectors firstVector up to lastVector
     // (exclusive), as far as both records reach; positions are left alone.
     void CopyRange(const SParametersRaw& src, int begin, int end, int firstVector, int lastVector);

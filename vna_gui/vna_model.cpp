@@ -478,6 +478,7 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
 {
     const int n = ch.stimulus.points;
     device.StartSweep(ch.MeasRaw);
+    int copied = 0;  // points of this sweep already in update
     while (!reconfigure.load() && measRunning.load())
     {
         WaitCycle();
@@ -504,7 +505,8 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
         {
             ch.MeasRaw.positionEnd = revPts;
         }
-        update.PartialCopy(ch.MeasRaw);
+        update.PartialCopy(ch.MeasRaw, copied);
+        copied = std::max(copied, update.positionEnd);
         ch.PerformAveraging(update);
         CalcTraces(ch.index);
         emit updatePlotsSignal();
