@@ -12,6 +12,7 @@
 #include <QVector>
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -27,6 +28,7 @@
 #include "vna_calibration.h"
 #include "vna_calkit.h"
 #include "vna_limits.h"
+#include "vna_stimulus.h"
 
 namespace fuzzinputs
 {
@@ -44,8 +46,73 @@ inline QString WriteInput(const uint8_t* data, size_t size, const QString& fileN
     return path;
 }
 
+// A fresh, empty file name in the private folder: stores merge into an existing file.
+inline QString ScratchFile(const QString& fileName)
+{
+    const QString path = WriteInput(nullptr, 0, fileName);
+    QFile::remove(path);
+    return path;
+}
+
+inline QByteArray FileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline bool Finite(std::complex<double> v)
+{
+    return std::isfinite(v.real()) && std::isfinite(v.imag());
+}
+
+// What the Touchstone writer gives back for a record it read: the values to the file's six
+// decimals of magnitude and degree, the frequencies of its start-and-step rule to 0.01 Hz per GHz.
+inline bool TouchstoneRoundTrip(const QVector<double>& freqs, const SParameters& params, bool isS1P)
+{
+    const int n = freqs.size();
+    VNAStimulus stimulus;
+    stimulus.start = freqs.first();
+    stimulus.stop = freqs.last();
+    stimulus.points = n;
+    const double step = stimulus.StepSize();
+    // The file's frequency column resolves 10 Hz: closer points would merge.
+    if (n > 1 && !(std::fabs(step) >= 100.0))
+    {
+        return true;
+    }
+    const QString path =
+        ScratchFile(isS1P ? QStringLiteral("again.s1p") : QStringLiteral("again.s2p"));
+    QString error;
+    QVector<double> f;
+    SParameters back;
+    if (!StoreSNPFile(path, stimulus, params, isS1P, 0, error) ||
+        !LoadS2PFile(path, true, f, back, error) || f.size() != n || back.Size() != n)
+    {
+        return false;
+    }
+    for (int i = 0; i < n; ++i)
+    {
+        const double want = step * i + stimulus.start;
+        if (std::fabs(f[i] - want) > 10.0 + 1e-15 * std::fabs(want))
+        {
+            return false;
+        }
+        for (int m = S11; m <= S22; ++m)
+        {
+            const std::complex<double> a = params.GetSParam(VNATraceMeas(m))[i];
+            const std::complex<double> b = back.GetSParam(VNATraceMeas(m))[i];
+            if (!(std::abs(a - b) <= 1e-6 + 1e-7 * std::abs(a)))
+            {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 // Touchstone reader: any bytes, read as an .s2p or an .s1p file. The first byte picks the
-// suffix and the linear-spacing rule, so both readers and both rules grow from one corpus.
+// suffix and the linear-spacing rule, so both readers and both rules grow from one corpus. A
+// record read is finite, holds one point per frequency, rising, and survives the writer.
 inline bool Touchstone(const uint8_t* data, size_t size)
 {
     const bool asS1P = size > 0 && (data[0] & 1);
@@ -59,9 +126,16 @@ inline bool Touchstone(const uint8_t* data, size_t size)
     bool consistent = true;
     if (LoadS2PFile(path, allowNonLinear, freqs, params, isS1P, error))
     {
-        // What a successful load hands out must hold one point per frequency.
-        consistent = params.Size() == freqs.size() && params.ValidSize() && isS1P == asS1P;
+        consistent = params.Size() == freqs.size() && params.ValidSize() && isS1P == asS1P &&
+                     !freqs.isEmpty();
+        for (int i = 0; consistent && i < freqs.size(); ++i)
+        {
+            consistent = std::isfinite(freqs[i]) && (i == 0 || freqs[i] > freqs[i - 1]) &&
+                         Finite(params.S11[i]) && Finite(params.S21[i]) && Finite(params.S12[i]) &&
+                         Finite(params.S22[i]);
+        }
         IsLinearSpacing(freqs);
+        consistent = consistent && TouchstoneRoundTrip(freqs, params, isS1P);
     }
     else
     {
@@ -118,7 +192,8 @@ inline bool TextParsers(const uint8_t* data, size_t size)
     return true;
 }
 // Calibration kit file (.skt, an INI file): load it and use every standard as a calibration
-// would, at a few frequencies across the instrument's range.
+// would, at a few frequencies across the instrument's range. Saved and loaded again it is the
+// same kit: its second save writes what the first wrote.
 inline bool CalKit(const uint8_t* data, size_t size)
 {
     const QString path = WriteInput(data, size, QStringLiteral("input.skt"));
@@ -145,7 +220,46 @@ inline bool CalKit(const uint8_t* data, size_t size)
             standard.GetLongListString();
         }
     }
-    return true;
+    const QString first = ScratchFile(QStringLiteral("first.skt"));
+    const QString second = ScratchFile(QStringLiteral("second.skt"));
+    {
+        ApplicationSettings s(first);
+        kit.Save(s);
+    }
+    VNACalKit again;
+    if (!LoadCalKit(first, again))
+    {
+        return false;
+    }
+    {
+        ApplicationSettings s(second);
+        again.Save(s);
+    }
+    return FileBytes(first) == FileBytes(second);
+}
+
+// A calibration saved and loaded again is the same record: its second save writes what the first
+// wrote (the first narrows the measurements to the file's float precision).
+inline bool CalibrationRoundTrip(const VNACalibration& cal)
+{
+    const QString first = ScratchFile(QStringLiteral("first.vnacal"));
+    const QString second = ScratchFile(QStringLiteral("second.vnacal"));
+    {
+        ApplicationSettings s(first);
+        cal.Save(s);
+    }
+    VNACalibration again;
+    bool ok = false;
+    QString error;
+    {
+        ApplicationSettings s(first);
+        again.Load(s, ok, error);
+    }
+    {
+        ApplicationSettings s(second);
+        again.Save(s);
+    }
+    return ok && FileBytes(first) == FileBytes(second);
 }
 
 // Calibration file (.vnacal, an INI file): load it, and when it loads, build the corrections on
@@ -163,6 +277,10 @@ inline bool Calibration(const uint8_t* data, size_t size)
     if (!ok && error.isEmpty())
     {
         return false;  // a refusal always says why
+    }
+    if (ok && !CalibrationRoundTrip(cal))
+    {
+        return false;
     }
     const VNAStimulus stimulus = cal.GetStimulus();
     // Sweeps beyond the instrument's largest are refused elsewhere; they only cost time here.

@@ -213,7 +213,8 @@ struct Device
     std::vector<unsigned char> flash;
     unsigned long flashDate = 0;
 
-    // The sweep thread; started and joined only with Sim::mutex released.
+    // Guards worker: started and joined only with Sim::mutex released.
+    std::mutex joinMutex;
     std::thread worker;
     // Guards the caller's buffers while a sweep writes them, fwdDone, revDone, pointsTotal and
     // abortRequested.
@@ -306,6 +307,8 @@ struct Sim
         }
     }
 
+    // Waits for the sweep to end, or ends it at once with abort. An abort from another thread
+    // also ends another caller's wait (vnaFinishSweep, vnaGetSweep) at once.
     static void StopSweep(Device& d, bool abort)
     {
         if (abort)
@@ -314,6 +317,8 @@ struct Sim
             d.abortRequested = true;
         }
         d.wake.notify_all();
+        // One joiner at a time; a later one finds the worker gone.
+        std::lock_guard<std::mutex> join(d.joinMutex);
         if (d.worker.joinable())
         {
             d.worker.join();
@@ -496,6 +501,7 @@ bool BeginSweep(int handle, double* const b[16])
         plan->crosstalk = S().crosstalk;
         plan->seed = S().seeder();
     }
+    std::lock_guard<std::mutex> join(d->joinMutex);
     d->worker = std::thread(RunSweep, d, std::shared_ptr<const SweepPlan>(plan),
                             std::vector<double*>(b, b + 16));
     return true;

@@ -1,8 +1,11 @@
 #include "application_settings.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <atomic>
@@ -10,54 +13,42 @@
 
 #include "signal_ops.h"
 
-ApplicationSettings::ApplicationSettings(const QString& fileName, QObject* parent)
-    : QSettings(PrepareWorkingCopy(fileName), QSettings::IniFormat, parent), target(fileName)
+namespace
 {
-}
-
-ApplicationSettings::~ApplicationSettings()
+// Two values are the same setting when they would be written as the same text: a value read
+// from a file is text (or bytes) while the one a caller stored may be a number.
+bool SameValue(const QVariant& a, const QVariant& b)
 {
-    Commit();
-    if (!target.isEmpty() && fileName() != target)
+    if (a.userType() == b.userType())
     {
-        QFile::remove(fileName());
+        return a == b;
     }
-}
-
-QString ApplicationSettings::PrepareWorkingCopy(const QString& target)
-{
-    // Unique per object, in the same folder so that the final rename replaces the file at once.
-    static std::atomic<int> counter{0};
-    const QString work =
-        target +
-        QStringLiteral(".~%1-%2").arg(QCoreApplication::applicationPid()).arg(counter.fetch_add(1));
-    QFile::remove(work);
-    if (QFileInfo::exists(target) && !QFile::copy(target, work))
+    if (a.type() == QVariant::ByteArray || b.type() == QVariant::ByteArray)
     {
-        return target;  // no room for a copy: work on the file itself, as plain settings do
+        return a.toByteArray() == b.toByteArray();
     }
-    return work;
+    if (a.type() == QVariant::StringList || b.type() == QVariant::StringList)
+    {
+        return a.toStringList() == b.toStringList();
+    }
+    return a.toString() == b.toString();
 }
 
-bool ApplicationSettings::ReadsBackWhole(const QString& path) const
+// Every key of `path` with its value equal to `expected`. The file is read under a name no
+// other settings object has used, so it comes from disk and not from the cache that settings
+// objects on one file share.
+bool ReadsBackWhole(const QString& path, const QMap<QString, QVariant>& expected)
 {
-    // Every key, with its value: a short write loses the tail or cuts a value. The file is read
-    // under a name no other settings object uses, so it comes from disk and not from the cache
-    // that objects on the same file share.
     const QSettings check(path, QSettings::IniFormat);
-    const QStringList keys = allKeys();
-    if (check.status() != NoError || check.allKeys() != keys)
+    const QStringList keys = check.allKeys();
+    if (check.status() != QSettings::NoError || keys.size() != expected.size())
     {
         return false;
     }
     for (const QString& key : keys)
     {
-        const QVariant mine = value(key);
-        const QVariant theirs = check.value(key);
-        const bool same = mine.type() == QVariant::ByteArray
-                              ? theirs.toByteArray() == mine.toByteArray()
-                              : theirs.toString() == mine.toString();
-        if (!same)
+        const auto it = expected.constFind(key);
+        if (it == expected.constEnd() || !SameValue(check.value(key), *it))
         {
             return false;
         }
@@ -65,30 +56,178 @@ bool ApplicationSettings::ReadsBackWhole(const QString& path) const
     return true;
 }
 
+bool FlushToDisk(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && ::fsync(file.handle()) == 0;
+}
+}  // namespace
+
+ApplicationSettings::ApplicationSettings(const QString& fileName, QObject* parent)
+    : QSettings(MemoryOnlyName(), QSettings::IniFormat, parent), target(fileName)
+{
+    // QSettings itself would write its file back whenever a key changed, with a writer that
+    // takes a short write for success; it therefore holds the values under a name that cannot
+    // be a file, and Commit() does the writing.
+    const QSettings file(target, QSettings::IniFormat);
+    for (const QString& key : file.allKeys())
+    {
+        const QVariant v = file.value(key);
+        setValue(key, v);
+        written.insert(key, v);
+    }
+}
+
+ApplicationSettings::ApplicationSettings(Scope scope, const QString& organization,
+                                         const QString& application, QObject* parent)
+    : QSettings(QSettings::IniFormat, scope, organization, application, parent)
+{
+}
+
+ApplicationSettings::~ApplicationSettings()
+{
+    // Changes are measured over every key, so the comparison starts from the root.
+    while (!group().isEmpty())
+    {
+        endGroup();
+    }
+    Commit();
+}
+
+QString ApplicationSettings::MemoryOnlyName()
+{
+    // Below a device node no folder can be made, so QSettings' own sync finds it unwritable and
+    // gives up before touching the disk. Unique, so that no two stores share QSettings' cache.
+    static std::atomic<int> counter{0};
+    return QStringLiteral("/dev/null/settings-%1.ini").arg(counter.fetch_add(1));
+}
+
+QString ApplicationSettings::ScratchName(const QString& target)
+{
+    // In the target's folder, so that the final rename replaces the file in one step.
+    static std::atomic<int> counter{0};
+    return target + QStringLiteral(".~%1-%2")
+                        .arg(QCoreApplication::applicationPid())
+                        .arg(counter.fetch_add(1));
+}
+
+ApplicationSettings::Values ApplicationSettings::Snapshot() const
+{
+    Values values;
+    for (const QString& key : allKeys())
+    {
+        values.insert(key, value(key));
+    }
+    return values;
+}
+
+QSettings::Status ApplicationSettings::WriteStatus() const
+{
+    if (target.isEmpty())
+    {
+        return status();
+    }
+    return commitFailed ? AccessError : NoError;
+}
+
 bool ApplicationSettings::Commit()
 {
-    sync();
-    commitFailed = false;
-    const QString work = fileName();
-    if (target.isEmpty() || work == target)
+    if (target.isEmpty())
     {
+        sync();
         return status() == NoError;
     }
-    if (status() != NoError || !QFileInfo::exists(work))
+    if (!group().isEmpty())
     {
-        return status() == NoError;  // nothing written, or QSettings reported the failure
+        // Inside a group only part of the keys can be seen: the rest would count as removed.
+        qWarning("ApplicationSettings: Sync() inside group %s ignored", qPrintable(group()));
+        return false;
     }
-    // A checked copy goes in place; the working copy stays for later changes.
-    static std::atomic<int> counter{0};
-    const QString staged = work + QStringLiteral("~%1").arg(counter.fetch_add(1));
-    QFile::remove(staged);
-    const bool ok = QFile::copy(work, staged) && ReadsBackWhole(staged) &&
-                    std::rename(QFile::encodeName(staged).constData(),
-                                QFile::encodeName(target).constData()) == 0;
+    const Values now = Snapshot();
+    Values changed;
+    for (auto it = now.constBegin(); it != now.constEnd(); ++it)
+    {
+        const auto old = written.constFind(it.key());
+        if (old == written.constEnd() || !SameValue(*old, *it))
+        {
+            changed.insert(it.key(), *it);
+        }
+    }
+    QStringList removed;
+    for (auto it = written.constBegin(); it != written.constEnd(); ++it)
+    {
+        if (!now.contains(it.key()))
+        {
+            removed.append(it.key());
+        }
+    }
+    if (changed.isEmpty() && removed.isEmpty())
+    {
+        commitFailed = false;
+        return true;  // a store that changed nothing writes nothing
+    }
+    commitFailed = !WriteMerged(changed, removed);
+    if (!commitFailed)
+    {
+        written = now;
+    }
+    return !commitFailed;
+}
+
+bool ApplicationSettings::WriteMerged(const Values& changed, const QStringList& removed)
+{
+    // As QSettings would, make the folder first. Then one writer at a time per file, across
+    // processes too, so that none merges into a file another is about to replace.
+    QDir().mkpath(QFileInfo(target).absolutePath());
+    QLockFile lock(target + QStringLiteral(".lock"));
+    if (!lock.tryLock(10000))
+    {
+        return false;
+    }
+    // The mode bits themselves: QFile's permission flags add the owner's write bit for root.
+    struct stat original = {};
+    const bool existed = ::stat(QFile::encodeName(target).constData(), &original) == 0;
+    const QString work = ScratchName(target);
+    const QString staged = ScratchName(target);
+    bool ok = true;
+    if (existed)
+    {
+        // The file as it is now: a copy that came up short would lose keys.
+        ok = QFile::copy(target, work) && QFileInfo(work).size() == QFileInfo(target).size() &&
+             QFile::setPermissions(work,
+                                   QFile::permissions(work) | QFile::ReadOwner | QFile::WriteOwner);
+    }
+    Values expected;
+    if (ok)
+    {
+        QSettings merged(work, QSettings::IniFormat);
+        for (const QString& key : removed)
+        {
+            merged.remove(key);
+        }
+        for (auto it = changed.constBegin(); it != changed.constEnd(); ++it)
+        {
+            merged.setValue(it.key(), *it);
+        }
+        merged.sync();
+        ok = merged.status() == NoError;
+        for (const QString& key : merged.allKeys())
+        {
+            expected.insert(key, merged.value(key));
+        }
+    }
+    // The working file was written by QSettings, which may take a short write for success: a
+    // copy of it is checked under a fresh name before it goes in place.
+    ok = ok && QFile::copy(work, staged) && FlushToDisk(staged) &&
+         ReadsBackWhole(staged, expected) &&
+         (!existed ||
+          ::chmod(QFile::encodeName(staged).constData(), original.st_mode & 07777) == 0) &&
+         std::rename(QFile::encodeName(staged).constData(),
+                     QFile::encodeName(target).constData()) == 0;
+    QFile::remove(work);
     if (!ok)
     {
         QFile::remove(staged);
-        commitFailed = true;
     }
     return ok;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -12,8 +13,11 @@ class ApplicationSettings : public QSettings
 {
     Q_OBJECT
 public:
-    // Works on a copy beside the file; Sync() and the destructor put it in place only once it
-    // reads back whole, so a failed or short write (a full disk) leaves the old file untouched.
+    // Reads the file once and keeps its values in memory; nothing is written until a key
+    // changes. Sync() and the destructor then merge the changed keys into the file as it stands
+    // on disk (so two stores on one file keep each other's changes) through a temporary file in
+    // the same folder, which replaces the file only once it reads back whole: a failed or short
+    // write (a full disk) leaves the old file untouched. The file keeps its permissions.
     explicit ApplicationSettings(const QString& fileName, QObject* parent = nullptr);
     ApplicationSettings(Scope scope, const QString& organization, const QString& application,
                         QObject* parent = nullptr);
@@ -30,9 +34,10 @@ public:
     int BeginReadArray(const QString& name) { return beginReadArray(name); }
     void SetArrayIndex(int i) { setArrayIndex(i); }
     void EndArray() { endArray(); }
+    // Writes the changes so far; called with no group open.
     void Sync() { Commit(); }
     // NoError, or AccessError when the last write could not be put in place.
-    Status WriteStatus() const { return commitFailed ? AccessError : status(); }
+    Status WriteStatus() const;
 
     QVariant Load(const QString& key) const { return value(key); }
 
@@ -60,11 +65,16 @@ public:
     void LoadList(const QString& key, QList<int>& list);
 
 private:
-    static QString PrepareWorkingCopy(const QString& target);
+    using Values = QMap<QString, QVariant>;
+
+    static QString MemoryOnlyName();
+    static QString ScratchName(const QString& target);
+    Values Snapshot() const;
     bool Commit();
-    bool ReadsBackWhole(const QString& path) const;
+    bool WriteMerged(const Values& changed, const QStringList& removed);
 
     QString target;  // the file the caller named; empty for settings found by scope
+    Values written;  // what the file held, as far as this store knows: changes are measured here
     bool commitFailed = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include "application_settings.h"
 
@@ -38,8 +39,20 @@ QString GetFileNameOpen(QWidget* parent, const QString& key, const QString& filt
 QString GetFileNameSave(QWidget* parent, const QString& key, const QString& filter,
                         const QString& caption, const QString& suggestedName)
 {
+    QFileDialog dialog(parent, caption, StartPath(key, suggestedName), filter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    // The dialog adds the suffix itself, so that it also asks before replacing that file.
+    dialog.setDefaultSuffix(FilterSuffix(dialog.selectedNameFilter()));
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
+                     [&dialog](const QString& f) { dialog.setDefaultSuffix(FilterSuffix(f)); });
     const QString name =
-        QFileDialog::getSaveFileName(parent, caption, StartPath(key, suggestedName), filter);
+        dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
     Remember(key, name);
     return name;
+}
+
+QString FilterSuffix(const QString& nameFilter)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\*\\.([A-Za-z0-9_]+)"));
+    return pattern.match(nameFilter).captured(1);
 }

@@ -632,7 +632,8 @@ void MainWindow::updateStatusBarStimulusSlot()
     }
     else if (c->factoryCalibration.CorrectionsLoaded())
     {
-        label = Preferences::Get().useFactoryCal ? tr("Cal:Factory") : tr("Cal:Factory (Disabled)");
+        label =
+            Preferences::Get().UseFactoryCal() ? tr("Cal:Factory") : tr("Cal:Factory (Disabled)");
     }
     else
     {

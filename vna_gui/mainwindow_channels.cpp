@@ -153,7 +153,7 @@ void MainWindow::ResetToDefaultTrace()
     model.activeChannelIndex = 0;
     model.channels[0]->enabled = true;
     const int plot = addPlot();
-    model.selectedTraceIndex = CreateTrace(0, plot, S11, LogMag);
+    model.SetSelectedTrace(CreateTrace(0, plot, S11, LogMag));
 }
 
 void MainWindow::PresetInstrumentState(bool createDefault, bool restart)
@@ -229,7 +229,7 @@ void MainWindow::QuickSetup(const QVector<VNATraceMeas>& measurements, bool ask)
         const int index = CreateTrace(0, plot, m, LogMag);
         first = first < 0 ? index : first;
     }
-    model.selectedTraceIndex = first;
+    model.SetSelectedTrace(first);
     UpdateAll();
     MeasStart();
 }
@@ -268,7 +268,7 @@ bool MainWindow::AddChannelWithTrace(int plot)
     }
     MeasStop();
     model.channels[channel]->enabled = true;
-    model.selectedTraceIndex = CreateTrace(channel, plot, S11, LogMag);
+    model.SetSelectedTrace(CreateTrace(channel, plot, S11, LogMag));
     channelSelected(channel);
     UpdateControlPanels();
     MeasStart();

@@ -178,11 +178,7 @@ void RawDataQuery(ScpiContext& c)
         QMutexLocker lock(&c.model.traceLock);
         meas = c.model.traces[t]->meas;
     }
-    const VNAChannel& channel = *c.model.channels[ch];
-    QMutexLocker lock(&channel.measLock);
-    const CplxVector data = channel.MeasAvg.GetSParam(meas);
-    lock.unlock();
-    c.cmd.SubmitReply(data);
+    c.cmd.SubmitReply(c.model.channels[ch]->RawSParam(meas));
 }
 
 void ReceiverDataQuery(ScpiContext& c)
@@ -193,13 +189,8 @@ void ReceiverDataQuery(ScpiContext& c)
     {
         return;
     }
-    bool found = false;
-    VNAChannel& channel = *c.model.channels[ch];
-    QMutexLocker lock(&channel.measLock);
-    const CplxVector* receiver = channel.MeasAvg.GetReceiver(word, found);
-    const CplxVector data = found ? *receiver : CplxVector();
-    lock.unlock();
-    if (!found)
+    CplxVector data;
+    if (!c.model.channels[ch]->RawReceiver(word.trimmed(), data))
     {
         SysErr::AddSystemError(InvalidParameter, Tr("Expected receiver parameter"));
     }

@@ -145,13 +145,13 @@ void FactoryCalState(ScpiContext& c)
     bool use = false;
     if (c.cmd.GetNextParameterBool(use))
     {
-        Preferences::Get().useFactoryCal = use;
+        Preferences::Get().SetUseFactoryCal(use);
     }
 }
 
 void FactoryCalStateQuery(ScpiContext& c)
 {
-    c.cmd.SubmitReply(Preferences::Get().useFactoryCal);
+    c.cmd.SubmitReply(Preferences::Get().UseFactoryCal());
 }
 }  // namespace
 

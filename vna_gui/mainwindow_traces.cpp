@@ -88,8 +88,9 @@ void MainWindow::addTrace()
     }
     for (int m : dialog.MeasList())
     {
-        model.selectedTraceIndex =
-            CreateTrace(channel, plot, VNATraceMeas(m), VNATraceFormat(dialog.Format()));
+        // The loop may be running: the selection changes under the trace lock.
+        model.SetSelectedTrace(
+            CreateTrace(channel, plot, VNATraceMeas(m), VNATraceFormat(dialog.Format())));
     }
     if (!wasEnabled)
     {

@@ -124,6 +124,11 @@ CplxVector* SParametersRaw::GetReceiver(const QString& name, bool& found)
     return nullptr;
 }
 
+const CplxVector* SParametersRaw::GetReceiver(const QString& name, bool& found) const
+{
+    return const_cast<SParametersRaw*>(this)->GetReceiver(name, found);
+}
+
 SParameters SParametersRaw::ToSParam() const
 {
     SParameters s;
@@ -194,25 +199,32 @@ void SParametersRaw::Add(const SParametersRaw& other)
 
 void SParametersRaw::PartialCopy(const SParametersRaw& src)
 {
+    PartialCopy(src, 0);
+}
+
+void SParametersRaw::PartialCopy(const SParametersRaw& src, int from)
+{
     if (Size() != src.Size())
     {
         return;
     }
     positionStart = src.positionStart;
     positionEnd = src.positionEnd;
-    const int end = std::min(src.positionEnd, Size());
-    if (end <= 0)
-    {
-        return;
-    }
-    for (int i = 0; i < kVectorCount; ++i)
+    CopyRange(src, from, src.positionEnd, 0, kVectorCount);
+}
+
+void SParametersRaw::CopyRange(const SParametersRaw& src, int begin, int end, int firstVector,
+                               int lastVector)
+{
+    begin = std::max(begin, 0);
+    for (int i = firstVector; i < lastVector; ++i)
     {
         CplxVector& d = Vector(i);
         const CplxVector& s = src.Vector(i);
         const int n = std::min(end, std::min(d.size(), s.size()));
-        if (n > 0)
+        if (n > begin)
         {
-            std::copy(s.constBegin(), s.constBegin() + n, d.begin());
+            std::copy(s.constBegin() + begin, s.constBegin() + n, d.begin() + begin);
         }
     }
 }

@@ -47,6 +47,7 @@ public:
     CplxVector& GetSParam(VNATraceMeas meas);
     const CplxVector& GetSParam(VNATraceMeas meas) const;
     CplxVector* GetReceiver(const QString& name, bool& found);
+    const CplxVector* GetReceiver(const QString& name, bool& found) const;
     SParameters ToSParam() const;
 
     void Resize(int n);
@@ -55,6 +56,12 @@ public:
     void Scale(double factor);
     void Add(const SParametersRaw& other);
     void PartialCopy(const SParametersRaw& src);
+    // The same for a record that already holds src's elements before `from`: a sweep's finished
+    // points do not change, so each update need copy only what is new.
+    void PartialCopy(const SParametersRaw& src, int from);
+    // Elements begin up to end (exclusive) of the vectors firstVector up to lastVector
+    // (exclusive), as far as both records reach; positions are left alone.
+    void CopyRange(const SParametersRaw& src, int begin, int end, int firstVector, int lastVector);
 
     // Members by their fixed order, the order of the device library's 16 buffers.
     CplxVector& Vector(int i);

@@ -66,6 +66,7 @@ void Transfer(S& s, Prefs& p, bool load)
     };
     int powerLevel = p.onPresetPowerLevel;
     int style = p.programStyle;
+    bool useFactoryCal = p.UseFactoryCal();
     io("TraceAntialiasing", p.traceAntialiasing);
     io("TraceThickness", p.traceThickness);
     io("GraticuleWidth", p.graticuleWidth);
@@ -87,12 +88,13 @@ void Transfer(S& s, Prefs& p, bool load)
     io("SCPIPrefs/LogMaxEntries", p.scpiLogMaxEntries);
     io("SCPIPrefs/LogMaxMessageLength", p.scpiLogMaxMessageLength);
     io("SCPIPrefs/LogIsFIFO", p.scpiLogIsFIFO);
-    io("UseFactoryCal", p.useFactoryCal);
+    io("UseFactoryCal", useFactoryCal);
     io("ProgramStyle", style);
     if (load)
     {
         p.onPresetPowerLevel = VNAPowerConfig(powerLevel);
         p.programStyle = KXStyleSheet(style);
+        p.SetUseFactoryCal(useFactoryCal);
     }
 }
 }  // namespace

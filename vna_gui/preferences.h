@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
@@ -52,7 +53,10 @@ public:
     int32_t scpiLogMaxEntries = 1000;
     int32_t scpiLogMaxMessageLength = 1000;
     bool scpiLogIsFIFO = true;
-    bool useFactoryCal = true;
+    // Whether channels without a user calibration apply the factory correction. Read by the
+    // measurement loop while the remote interface may change it: reach it through these.
+    bool UseFactoryCal() const { return useFactoryCal.load(); }
+    void SetUseFactoryCal(bool use) { useFactoryCal.store(use); }
     KXStyleSheet programStyle = KXStyleDark;
     // The operator's own cables of the time-domain panel, beside the built-in list.
     QVector<VNACable> userCables;
@@ -61,6 +65,8 @@ public:
 private:
     Preferences();
     ~Preferences();
+
+    std::atomic<bool> useFactoryCal{true};
 };
 
 // Process-wide "--hidden" flag: no window, no progress dialog, no questions.

@@ -69,20 +69,30 @@ bool PairToComplex(SnPFormat format, double va, double vb, std::complex<double>&
     return false;
 }
 
-// A token as QString::toDouble reads it. Plain numbers take a fast path; anything else (a sign
-// '+', stray characters) goes through QString so that the accepted forms stay exactly the same.
-bool TokenToDouble(const char* p, int n, double& v)
+}  // namespace
+
+bool ParseTouchstoneNumber(const char* p, int n, double& v)
 {
-    const auto r = std::from_chars(p, p + n, v);
-    if (r.ec == std::errc() && r.ptr == p + n)
+    // Plain decimal numbers take a fast path. Its parser also takes "infinity" and "nan(...)",
+    // which QString does not: any letter but an exponent's sends the token through QString.
+    bool plain = n > 0;
+    for (int i = 0; i < n && plain; ++i)
     {
-        return true;
+        const char c = p[i];
+        plain = (c >= '0' && c <= '9') || c == '.' || c == '-' || c == '+' || c == 'e' || c == 'E';
+    }
+    if (plain)
+    {
+        const auto r = std::from_chars(p, p + n, v);
+        if (r.ec == std::errc() && r.ptr == p + n)
+        {
+            return true;
+        }
     }
     bool ok = false;
     v = QString::fromLatin1(p, n).toDouble(&ok);
     return ok;
 }
-}  // namespace
 
 bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex<double>& out)
 {
@@ -175,6 +185,90 @@ bool ParseOptionLine(const QString& line, double& multiplier, SnPFormat& format,
 }
 }  // namespace
 
+namespace
+{
+// One data line, split on single blanks with empty parts dropped, appended to the record. The
+// frequency is not checked: a bad one reads as QString::toDouble reads it (0).
+bool ReadDataLine(const QByteArray& bytes, bool isS1P, double multiplier, SnPFormat format,
+                  QVector<double>& freqs, SParameters& data, QString& error)
+{
+    // Only the first nine tokens are kept, but all are counted.
+    const char* tokenStart[9];
+    int tokenLength[9];
+    int count = 0;
+    for (int i = 0, n = bytes.size(); i < n;)
+    {
+        while (i < n && bytes[i] == ' ')
+        {
+            ++i;
+        }
+        const int begin = i;
+        while (i < n && bytes[i] != ' ')
+        {
+            ++i;
+        }
+        if (i > begin)
+        {
+            if (count < 9)
+            {
+                tokenStart[count] = bytes.constData() + begin;
+                tokenLength[count] = i - begin;
+            }
+            ++count;
+        }
+    }
+    if (count != (isS1P ? 3 : 9))
+    {
+        error = Tr("Invalid number of points on line");
+        return false;
+    }
+    double f = 0.0;
+    ParseTouchstoneNumber(tokenStart[0], tokenLength[0], f);
+    freqs.append(f * multiplier);
+    std::complex<double> v[4];
+    const int pairs = isS1P ? 1 : 4;
+    for (int k = 0; k < pairs; ++k)
+    {
+        double va = 0.0, vb = 0.0;
+        if (!ParseTouchstoneNumber(tokenStart[1 + 2 * k], tokenLength[1 + 2 * k], va) ||
+            !ParseTouchstoneNumber(tokenStart[2 + 2 * k], tokenLength[2 + 2 * k], vb) ||
+            !PairToComplex(format, va, vb, v[k]))
+        {
+            error = Tr("Unable to parse data value");
+            return false;
+        }
+    }
+    data.S11.append(v[0]);
+    data.S21.append(v[1]);
+    data.S12.append(v[2]);
+    data.S22.append(v[3]);
+    return true;
+}
+
+bool IsFinite(std::complex<double> v)
+{
+    return std::isfinite(v.real()) && std::isfinite(v.imag());
+}
+
+// The point just read must be one a sweep can hold: finite, and above the one before it.
+bool CheckPoint(const QVector<double>& freqs, const SParameters& data, int line, QString& error)
+{
+    const int i = freqs.size() - 1;
+    if (!std::isfinite(freqs[i]) || !IsFinite(data.S11[i]) || !IsFinite(data.S21[i]) ||
+        !IsFinite(data.S12[i]) || !IsFinite(data.S22[i]))
+    {
+        error = Tr("Line %1 holds a value that is not a finite number.").arg(line);
+        return false;
+    }
+    if (i > 0 && !(freqs[i] > freqs[i - 1]))
+    {
+        error = Tr("Line %1: the frequencies must increase from one line to the next.").arg(line);
+        return false;
+    }
+    return true;
+}
+}  // namespace
+
 bool LoadS2PFile(const QString& path, bool allowNonLinear, QVector<double>& freqs,
                  SParameters& data, bool& isS1P, QString& error)
 {
@@ -194,10 +288,11 @@ bool LoadS2PFile(const QString& path, bool allowNonLinear, QVector<double>& freq
     // a text codec.
     QString line;
     bool inData = false;
-    const int expected = isS1P ? 3 : 9;
+    int lineNumber = 0;
     while (!file.atEnd())
     {
         const QByteArray raw = file.readLine();
+        ++lineNumber;
         line = QString::fromLatin1(raw.constData(), raw.size());
         if (line.endsWith(QLatin1Char('\n')))
         {
@@ -234,59 +329,11 @@ bool LoadS2PFile(const QString& path, bool allowNonLinear, QVector<double>& freq
             continue;  // only truly empty lines are skipped; a line of blanks is a bad data line
         }
 
-        // Split on single blanks, empty parts dropped; only the first nine tokens are kept, but
-        // all are counted.
-        const QByteArray bytes = line.toLatin1();
-        const char* tokenStart[9];
-        int tokenLength[9];
-        int count = 0;
-        for (int i = 0, n = bytes.size(); i < n;)
+        if (!ReadDataLine(line.toLatin1(), isS1P, multiplier, format, freqs, data, error) ||
+            !CheckPoint(freqs, data, lineNumber, error))
         {
-            while (i < n && bytes[i] == ' ')
-            {
-                ++i;
-            }
-            const int begin = i;
-            while (i < n && bytes[i] != ' ')
-            {
-                ++i;
-            }
-            if (i > begin)
-            {
-                if (count < 9)
-                {
-                    tokenStart[count] = bytes.constData() + begin;
-                    tokenLength[count] = i - begin;
-                }
-                ++count;
-            }
-        }
-        if (count != expected)
-        {
-            error = Tr("Invalid number of points on line");
             return false;
         }
-        // The frequency is not checked: a bad one reads as QString::toDouble reads it (0).
-        double f = 0.0;
-        TokenToDouble(tokenStart[0], tokenLength[0], f);
-        freqs.append(f * multiplier);
-        std::complex<double> v[4];
-        const int pairs = isS1P ? 1 : 4;
-        for (int k = 0; k < pairs; ++k)
-        {
-            double va = 0.0, vb = 0.0;
-            if (!TokenToDouble(tokenStart[1 + 2 * k], tokenLength[1 + 2 * k], va) ||
-                !TokenToDouble(tokenStart[2 + 2 * k], tokenLength[2 + 2 * k], vb) ||
-                !PairToComplex(format, va, vb, v[k]))
-            {
-                error = Tr("Unable to parse data value");
-                return false;
-            }
-        }
-        data.S11.append(v[0]);
-        data.S21.append(v[1]);
-        data.S12.append(v[2]);
-        data.S22.append(v[3]);
     }
     if (!inData)
     {

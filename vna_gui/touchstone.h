@@ -24,5 +24,8 @@ bool StoreSNPFile(const QString& path, const VNAStimulus& stimulus, const SParam
                   bool asS1P, int port, QString& error);
 bool IsS1PFile(const QString& path);
 bool IsLinearSpacing(const QVector<double>& freqs);
+// A number token of a data line, accepted exactly when QString::toDouble accepts it and read to
+// the same value; a refused token reads as QString::toDouble leaves it (0, or an infinity).
+bool ParseTouchstoneNumber(const char* text, int length, double& value);
 bool ParseVal(SnPFormat format, const QString& a, const QString& b, std::complex<double>& out);
 QString toMA(std::complex<double> value);

@@ -266,6 +266,36 @@ inline double PointFreq(const VNAStimulus& s, double step, int i)
 {
     return s.start + i * step;
 }
+// The corrected thru's phase carried back to 0 Hz: a straight line fitted to its unwrapped
+// phase over the whole sweep. Near the sweep's start alone the ripple of a mismatched thru, or
+// noise, tilts the line enough to land on the wrong side when the sweep is far from 0 Hz.
+double ThruPhaseAtZeroHz(const CplxVector& s21, const VNAStimulus& applied)
+{
+    const int n = s21.size();
+    const double step = applied.StepSize();
+    double phase = Phase(s21[0]);
+    double sf = 0.0, sp = 0.0, sff = 0.0, sfp = 0.0;
+    for (int i = 0; i < n; ++i)
+    {
+        if (i > 0)
+        {
+            phase += WrapPi(Phase(s21[i]) - Phase(s21[i - 1]));
+        }
+        // Frequencies from the first point keep the fit well conditioned.
+        const double f = i * step;
+        sf += f;
+        sp += phase;
+        sff += f * f;
+        sfp += f * phase;
+    }
+    const double den = n * sff - sf * sf;
+    if (den == 0.0)
+    {
+        return 0.0;
+    }
+    const double slope = (n * sfp - sf * sp) / den;
+    return (sp - slope * sf) / n - slope * applied.start;
+}
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -1141,37 +1171,12 @@ void VNACalibration::BuildCorrectionsSOLR(const VNAStimulus& applied)
     // The walk fixes the roots relative to the first point only. A reciprocal passive thru
     // transmits +1 at 0 Hz, so the branch whose thru phase runs back to pi there is the wrong one
     // throughout: take the other root everywhere.
-    if (n > 1 && P.S21.size() == n)
+    if (n > 1 && P.S21.size() == n &&
+        std::fabs(std::remainder(ThruPhaseAtZeroHz(P.S21, applied), 2.0 * kPi)) > kPi / 2.0)
     {
-        const int m = std::min(n, 64);
-        double phase = Phase(P.S21[0]);
-        double sf = 0.0, sp = 0.0, sff = 0.0, sfp = 0.0;
-        for (int i = 0; i < m; ++i)
+        for (int i = 0; i < n; ++i)
         {
-            if (i > 0)
-            {
-                phase += WrapPi(Phase(P.S21[i]) - Phase(P.S21[i - 1]));
-            }
-            // Frequencies from the first point keep the line fit well conditioned.
-            const double f = i * step;
-            sf += f;
-            sp += phase;
-            sff += f * f;
-            sfp += f * phase;
-        }
-        const double den = m * sff - sf * sf;
-        if (den != 0.0)
-        {
-            const double slope = (m * sfp - sf * sp) / den;
-            const double atZero = (sp - slope * sf) / m - slope * applied.start;
-            const double wrapped = std::remainder(atZero, 2.0 * kPi);
-            if (std::fabs(wrapped) > kPi / 2.0)
-            {
-                for (int i = 0; i < n; ++i)
-                {
-                    K1[i] = -K1[i];
-                }
-            }
+            K1[i] = -K1[i];
         }
     }
     k = K1;

@@ -1,11 +1,9 @@
 #include "vna_device.h"
 
 #include <QDebug>
-#include <QThread>
 #include <chrono>
 #include <cmath>
 #include <limits>
-#include <thread>
 
 #include "touchstone.h"
 #include "vna_lib.h"
@@ -17,10 +15,45 @@ static void InitResources()
 
 VNADevice::VNADevice(const VnaLib* library) : lib(library ? *library : VnaLib::Get()) {}
 
-int64_t VNADevice::NowMs()
+int64_t VNADevice::NowMs() const
 {
+    if (demoClock)
+    {
+        return demoClock();
+    }
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+void VNADevice::SetDemoClock(std::function<int64_t()> nowMs)
+{
+    demoClock = std::move(nowMs);
+}
+
+void VNADevice::InterruptWaits()
+{
+    {
+        std::lock_guard<std::mutex> lock(waitMutex);
+        interrupted.store(true);
+    }
+    waitWake.notify_all();
+}
+
+void VNADevice::ResumeWaits()
+{
+    interrupted.store(false);
+}
+
+bool VNADevice::DemoWait(int64_t ms)
+{
+    const int64_t deadline = NowMs() + ms;
+    std::unique_lock<std::mutex> lock(waitMutex);
+    for (int64_t left = ms; left > 0 && !interrupted.load(); left = deadline - NowMs())
+    {
+        // In slices, so that a replaced clock is followed too.
+        waitWake.wait_for(lock, std::chrono::milliseconds(std::min<int64_t>(left, 10)));
+    }
+    return !interrupted.load();
 }
 
 bool VNADevice::FinishConnect(bool idle)
@@ -396,6 +429,7 @@ void VNADevice::StartSweep(SParametersRaw& r)
     {
         return;
     }
+    ResumeWaits();
     double* b[16];
     SweepBuffers(r, fwdEnabled, revEnabled, b);
     if (demoMode)
@@ -414,6 +448,7 @@ void VNADevice::BlockingSweep(SParametersRaw& r)
     {
         return;
     }
+    ResumeWaits();
     double* b[16];
     SweepBuffers(r, fwdEnabled, revEnabled, b);
     if (demoMode)
@@ -528,9 +563,16 @@ int VNADevice::DemoSweepTime(int points)
 
 void VNADevice::DemoConfigure(double start, double step, int points)
 {
+    ResumeWaits();
     demoSweep.Resize(points);
     for (int i = 0; i < points; ++i)
     {
+        // Tens of milliseconds at the largest sweeps: a stop need not wait for the rest, since
+        // the next Configure computes it again.
+        if ((i & 1023) == 1023 && interrupted.load())
+        {
+            return;
+        }
         const double f = i * step + start;
         demoSweep.S11[i] = InterpolateArray(demoFreqs, demoData.S11, f);
         demoSweep.S21[i] = InterpolateArray(demoFreqs, demoData.S21, f);
@@ -610,14 +652,13 @@ void VNADevice::DemoFinishSweep()
 {
     const int64_t t = DemoSweepTime(stimulus.points);
     const int64_t remaining = t - (NowMs() - demoStartMs);
-    if (remaining <= 0)
+    if (remaining <= 0 || !DemoWait(remaining))
     {
         return;
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(remaining));
-    if (demoFirstPhase)
+    // The forward phase ended while waiting: the reverse phase is timed as well.
+    if (demoFirstPhase && DemoWait(t))
     {
-        std::this_thread::sleep_for(std::chrono::milliseconds(t));
         demoFirstPhase = false;
     }
 }

@@ -4,7 +4,11 @@
 
 #include <QString>
 #include <QVector>
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <functional>
+#include <mutex>
 #include <vector>
 
 #include "network_parameters.h"
@@ -63,6 +67,12 @@ public:
     void GetSweepUpdate(int& fwdPoints, int& revPoints, double& percent);
     void FinishSweep();
     void AbortSweep();
+    // Ends at once what the device is waiting for or working on (the demo's timing in
+    // FinishSweep, the demo's resampling in Configure), and any such wait until the next
+    // Configure, StartSweep or GetSweep. Safe from any thread: the measurement loop's owner
+    // calls it to stop the loop without waiting out a sweep. The caller then checks its own
+    // reason to stop after each device call.
+    void InterruptWaits();
 
     const VNAStimulus& Stimulus() const { return stimulus; }
     bool FwdEnabled() const { return fwdEnabled; }
@@ -70,6 +80,9 @@ public:
 
     // One direction of a demo sweep, in whole milliseconds: 201 points take 70 ms.
     static int DemoSweepTime(int points);
+    // The demo's time source in milliseconds, a steady clock unless replaced: tests and
+    // benchmarks step the timing model with their own. An empty function restores the default.
+    void SetDemoClock(std::function<int64_t()> nowMs);
 
 private:
     // Idle mode, fan setpoint and the connected flag, once a handle is open.
@@ -82,7 +95,10 @@ private:
     void DemoBeginSweep(double* const buffers[8]);
     void DemoGetSweepStatus(int* fwd, int* rev);
     void DemoFinishSweep();
-    static int64_t NowMs();
+    // Waits until the demo clock has advanced by ms; false when interrupted first.
+    bool DemoWait(int64_t ms);
+    void ResumeWaits();
+    int64_t NowMs() const;
 
     const VnaLib& lib;
     bool connected = false;
@@ -96,4 +112,10 @@ private:
     SParametersRaw demoSweep;
     int64_t demoStartMs = 0;
     bool demoFirstPhase = false;
+    std::function<int64_t()> demoClock;
+
+    // Orders an interruption against a wait's check of `interrupted` and its sleep.
+    std::mutex waitMutex;
+    std::atomic<bool> interrupted{false};
+    std::condition_variable waitWake;
 };

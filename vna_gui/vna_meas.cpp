@@ -77,14 +77,68 @@ void VNAChannel::ClearAveraging()
 void VNAChannel::PerformAveraging(const SParametersRaw& update)
 {
     QMutexLocker lock(&measLock);
+    const int end = update.positionEnd;
     if (!stimulus.avgEnabled)
     {
-        MeasAvg = update;
+        // Only the points new since the last update are copied. Sharing the update instead
+        // would make the loop's next partial copy duplicate all of it: 16 MB a display cycle at
+        // 64001 points, and that much longer to wait for a stop.
+        if (MeasAvg.Size() != update.Size())
+        {
+            MeasAvg = update;
+        }
+        else
+        {
+            MeasAvg.CopyRange(update, avgPosition, end, 0, SParametersRaw::kVectorCount);
+        }
+        rawInAvg = true;
+    }
+    else
+    {
+        KeepLatest(update, end);
+        // The receivers are not averaged, but they follow the sweep.
+        MeasAvg.CopyRange(update, avgPosition, end, SParametersRaw::kRatioCount,
+                          SParametersRaw::kVectorCount);
+        AverageRatios(update, end);
+        rawInAvg = false;
+    }
+    avgPosition = end;
+    if (avgPosition == stimulus.points)
+    {
+        avgPosition = 0;
+        if (stimulus.avgEnabled && avgCurrent < stimulus.avgCount)
+        {
+            ++avgCurrent;
+        }
+    }
+    MeasAvg.positionStart = update.positionStart;
+    MeasAvg.positionEnd = update.positionEnd;
+}
+
+void VNAChannel::KeepLatest(const SParametersRaw& update, int end)
+{
+    if (MeasLatest.Size() != update.Size())
+    {
+        MeasLatest = update.ToSParam();
         return;
     }
+    for (int m = S11; m <= S22; ++m)
+    {
+        CplxVector& dst = MeasLatest.GetSParam(VNATraceMeas(m));
+        const CplxVector& src = update.GetSParam(VNATraceMeas(m));
+        const int stop = std::min(end, src.size());
+        if (stop > avgPosition)
+        {
+            std::copy(src.constBegin() + avgPosition, src.constBegin() + stop,
+                      dst.begin() + avgPosition);
+        }
+    }
+}
+
+void VNAChannel::AverageRatios(const SParametersRaw& update, int end)
+{
     const double weight = 1.0 / std::min(double(stimulus.avgCount), double(avgCurrent + 1));
     const double keep = 1.0 - weight;
-    const int end = update.positionEnd;
     for (int v = 0; v < SParametersRaw::kRatioCount; ++v)
     {
         CplxVector& avg = MeasAvg.Vector(v);
@@ -107,17 +161,25 @@ void VNAChannel::PerformAveraging(const SParametersRaw& update)
         qDebug() << "Avg:" << avgCurrent << stimulus.avgCount;
         qDebug() << "Frac:" << weight;
     }
-    avgPosition = end;
-    if (avgPosition == stimulus.points)
+}
+
+CplxVector VNAChannel::RawSParam(VNATraceMeas meas) const
+{
+    QMutexLocker lock(&measLock);
+    return rawInAvg ? MeasAvg.GetSParam(meas) : MeasLatest.GetSParam(meas);
+}
+
+bool VNAChannel::RawReceiver(const QString& word, CplxVector& out) const
+{
+    // The receivers are never averaged: MeasAvg holds them as they came.
+    QMutexLocker lock(&measLock);
+    bool found = false;
+    const CplxVector* v = MeasAvg.GetReceiver(word, found);
+    if (found)
     {
-        avgPosition = 0;
-        if (avgCurrent < stimulus.avgCount)
-        {
-            ++avgCurrent;
-        }
+        out = *v;
     }
-    MeasAvg.positionStart = update.positionStart;
-    MeasAvg.positionEnd = update.positionEnd;
+    return found;
 }
 
 SParameters VNAChannel::ApplyCorrections(const SParametersRaw& raw) const
@@ -127,7 +189,7 @@ SParameters VNAChannel::ApplyCorrections(const SParametersRaw& raw) const
     {
         return calibration.ApplyCorrections(raw, interpolationEnabled);
     }
-    if (Preferences::Get().useFactoryCal)
+    if (Preferences::Get().UseFactoryCal())
     {
         return factoryCalibration.ApplyCorrections(raw, true);
     }
@@ -158,6 +220,8 @@ void VNAChannel::Copy(const VNAChannel& o)
         QMutexLocker lockOther(&o.measLock);
         QMutexLocker lock(&measLock);
         MeasAvg = o.MeasAvg;
+        MeasLatest = o.MeasLatest;
+        rawInAvg = o.rawInAvg;
         avgCurrent = o.avgCurrent;
         avgPosition = o.avgPosition;
     }

@@ -51,7 +51,15 @@ public:
     QString GetShortName() const;
 
     void ClearAveraging();
+    // Takes the update's points new since the last call: into MeasAvg as they are, or averaged
+    // into it with the latest raw S-parameters kept beside (MeasLatest). Receivers are never
+    // averaged.
     void PerformAveraging(const SParametersRaw& update);
+    // The latest raw (unaveraged) data as averaging took it, safe to call from any thread
+    // while the measurement loop runs; MeasRaw itself is written by the device during a sweep.
+    CplxVector RawSParam(VNATraceMeas meas) const;
+    // The receiver named "a1fwd" ... "b2rev" into out; false for any other word.
+    bool RawReceiver(const QString& word, CplxVector& out) const;
     SParameters ApplyCorrections(const SParametersRaw& raw) const;
     bool IsFullyCorrected() const;
     bool IsInterpolating() const;
@@ -70,9 +78,13 @@ public:
     bool isImportedS2PData = false;
     VNAStimulus stimulus;
     SParametersRaw MeasRaw;
-    // Guards MeasAvg, avgCurrent and avgPosition.
+    // Guards MeasAvg, MeasLatest, rawInAvg, avgCurrent and avgPosition.
     mutable QMutex measLock;
     SParametersRaw MeasAvg;
+    // The latest S-parameters unaveraged, kept while averaging is on; with it off, MeasAvg
+    // holds them (rawInAvg).
+    SParameters MeasLatest;
+    bool rawInAvg = true;
     int32_t avgCurrent = 0;
     int32_t avgPosition = 0;
     SParameters MeasCal;
@@ -83,6 +95,12 @@ public:
     VNADeembed deembedding;
     VNADeembed embedding;
     double velocityFactor = 1.0;
+
+private:
+    // Parts of PerformAveraging, under measLock: the update's new points into MeasLatest, and
+    // the weighted mean of the ratio vectors.
+    void KeepLatest(const SParametersRaw& update, int end);
+    void AverageRatios(const SParametersRaw& update, int end);
 
 signals:
     void updateTraceControls();

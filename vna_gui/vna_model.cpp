@@ -1,5 +1,6 @@
 #include "vna_model.h"
 
+#include <malloc.h>
 #include <pthread.h>
 #include <QDebug>
 #include <QMutexLocker>
@@ -19,8 +20,27 @@ void SystemSleep(int ms)
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
+namespace
+{
+// At the largest sweeps the loop lets go of megabyte buffers and takes new ones every display
+// cycle (copy-on-write copies of the sweep records). By default the C library hands such memory
+// back to the kernel at once and faults it in again on the next allocation, which costs tens of
+// milliseconds a cycle, and as much again on the wait for a stop: keep it in the process.
+void KeepLargeBuffersInProcess()
+{
+    static std::once_flag once;
+    std::call_once(once,
+                   []
+                   {
+                       mallopt(M_MMAP_THRESHOLD, 64 << 20);
+                       mallopt(M_TRIM_THRESHOLD, 256 << 20);
+                   });
+}
+}  // namespace
+
 VNAModel::VNAModel(const VnaLib* library, QObject* parent) : QObject(parent), device(library)
 {
+    KeepLargeBuffersInProcess();
     for (int i = 0; i < kChannelCount; ++i)
     {
         channels.append(new VNAChannel(i));
@@ -54,12 +74,33 @@ void VNAModel::MeasStop()
         return;
     }
     measRunning.store(false);
+    WakeLoop();
     measThread.join();
 }
 
 void VNAModel::RequestReconfigure()
 {
     reconfigure.store(true, std::memory_order_seq_cst);
+    if (measRunning.load())
+    {
+        WakeLoop();
+    }
+}
+
+void VNAModel::WakeLoop()
+{
+    {
+        std::lock_guard<std::mutex> lock(cycleMutex);
+    }
+    cycleWake.notify_all();
+    device.InterruptWaits();
+}
+
+void VNAModel::WaitCycle()
+{
+    std::unique_lock<std::mutex> lock(cycleMutex);
+    cycleWake.wait_for(lock, std::chrono::milliseconds(kDisplayCycleMs),
+                       [this] { return !measRunning.load() || reconfigure.load(); });
 }
 
 int VNAModel::GetNextAvailableChannelIndex() const
@@ -112,6 +153,12 @@ VNATrace* VNAModel::InternalCreateTrace(int& index)
 VNATrace* VNAModel::ActiveTrace() const
 {
     return IsValidTraceIndex(selectedTraceIndex) ? traces[selectedTraceIndex] : nullptr;
+}
+
+void VNAModel::SetSelectedTrace(int index)
+{
+    QMutexLocker lock(&traceLock);
+    selectedTraceIndex = index;
 }
 
 void VNAModel::DeleteAllTraces()
@@ -263,27 +310,63 @@ void VNAModel::ReconfigureChannels()
     }
     for (VNAChannel* c : channels)
     {
-        if (!c->enabled)
+        // Rebuilding is slow at the largest sweeps; a stopped loop reconfigures afresh next time.
+        if (!measRunning.load())
         {
-            continue;
+            return;
         }
-        qDebug() << "Reconfiguring channels";
-        const int n = c->stimulus.points;
-        c->MeasRaw.Resize(n);
-        // The chain may run on the GUI thread meanwhile (a setting change): what it reads, the
-        // corrected data and the calibration's terms, changes under the trace lock only.
-        QMutexLocker lock(&traceLock);
+        if (c->enabled)
         {
-            QMutexLocker measLock(&c->measLock);
-            c->MeasAvg.Resize(n);
-            c->avgCurrent = 0;
+            qDebug() << "Reconfiguring channels";
+            ReconfigureChannel(*c);
         }
-        c->MeasCal.Resize(n);
-        c->processed.Resize(n);
-        c->calibration.BuildCorrections(c->stimulus);
-        c->factoryCalibration.BuildCorrections(c->stimulus);
     }
     emit updateStatusBarStimulusSignal();
+}
+
+void VNAModel::ReconfigureChannel(VNAChannel& c)
+{
+    const int n = c.stimulus.points;
+    c.MeasRaw.Resize(n);
+    // The chain may run on the GUI thread meanwhile (a setting change, a repaint's read): what it
+    // reads, the averaged and corrected data and the calibrations' terms, is made anew outside
+    // the locks and only swapped in under them, so that nobody waits for a rebuild of the terms.
+    VNACalibration user = c.calibration;
+    user.BuildCorrections(c.stimulus);
+    VNACalibration factory = c.factoryCalibration;
+    factory.BuildCorrections(c.stimulus);
+    int calSize = 0, processedSize = 0;
+    {
+        QMutexLocker lock(&traceLock);
+        calSize = c.MeasCal.Size();
+        processedSize = c.processed.Size();
+    }
+    SParameters cal, processed;
+    cal.Resize(calSize == n ? 0 : n);
+    processed.Resize(processedSize == n ? 0 : n);
+    SParametersRaw avg;
+    avg.Resize(c.MeasAvg.Size() == n ? 0 : n);  // the loop is MeasAvg's only writer
+
+    QMutexLocker lock(&traceLock);
+    {
+        QMutexLocker measLock(&c.measLock);
+        if (avg.Size() == n)
+        {
+            std::swap(c.MeasAvg, avg);
+        }
+        c.avgCurrent = 0;
+        c.avgPosition = 0;  // the new loop's first sweep starts at point 0
+    }
+    if (cal.Size() == n)
+    {
+        std::swap(c.MeasCal, cal);
+    }
+    if (processed.Size() == n)
+    {
+        std::swap(c.processed, processed);
+    }
+    std::swap(c.calibration, user);
+    std::swap(c.factoryCalibration, factory);
 }
 
 void VNAModel::MeasThread()
@@ -312,8 +395,9 @@ void VNAModel::MeasThread()
         }
         if (!anySwept)
         {
-            SystemSleep(kDisplayCycleMs);
+            WaitCycle();
         }
+        ++roundsRun;
     }
 }
 
@@ -350,6 +434,10 @@ bool VNAModel::SweepChannel(VNAChannel& ch, int& lastChannel, bool& lastFwd, boo
         device.Configure(ch.stimulus, rfEnabled, fwd, rev, hdr, false, spurReject);
         lastFwd = fwd;
         lastRev = rev;
+        if (!measRunning.load())
+        {
+            return false;  // the configuration may have been cut short; no sweep on it
+        }
     }
     const double sweepTime = ch.stimulus.EstimateSweepTime();
     emit updateSweepProgressBarVisibilitySignal(sweepTime >= 1.0);
@@ -390,9 +478,14 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
 {
     const int n = ch.stimulus.points;
     device.StartSweep(ch.MeasRaw);
+    int copied = 0;  // points of this sweep already in update
     while (!reconfigure.load() && measRunning.load())
     {
-        SystemSleep(kDisplayCycleMs);
+        WaitCycle();
+        if (reconfigure.load() || !measRunning.load())
+        {
+            break;  // woken to stop: no point in showing one more part
+        }
         int fwdPts = 0, revPts = 0;
         double percent = 0.0;
         device.GetSweepUpdate(fwdPts, revPts, percent);
@@ -412,7 +505,8 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
         {
             ch.MeasRaw.positionEnd = revPts;
         }
-        update.PartialCopy(ch.MeasRaw);
+        update.PartialCopy(ch.MeasRaw, copied);
+        copied = std::max(copied, update.positionEnd);
         ch.PerformAveraging(update);
         CalcTraces(ch.index);
         emit updatePlotsSignal();
@@ -426,6 +520,7 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
     ch.MeasRaw.ClearPositionOnly();
     QMutexLocker lock(&ch.measLock);
     ch.MeasAvg.ClearPositionOnly();
+    ch.avgPosition = 0;  // the next sweep starts at point 0
 }
 
 void VNAModel::PrepareChannelData(VNAChannel& ch)

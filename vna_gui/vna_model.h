@@ -7,8 +7,10 @@
 #include <QObject>
 #include <QVector>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 #include "vna_device.h"
@@ -103,6 +105,8 @@ public:
     VNATrace* InternalCreateTrace(int& index);
     // The selected trace, or null; the caller holds traceLock.
     VNATrace* ActiveTrace() const;
+    // Selects a trace by its index, under traceLock: the loop reads the selection.
+    void SetSelectedTrace(int index);
     void DeleteAllTraces();
 
     // --- markers (vna_model_markers.cpp) ---------------------------------------------------
@@ -153,6 +157,8 @@ public:
 
     // Diagnostics of the loop for tests and the status bar.
     uint64_t SweepsStarted() const { return sweepsStarted.load(); }
+    // Rounds over the channels, swept or idle.
+    uint64_t RoundsRun() const { return roundsRun.load(); }
 
     VNADevice device;
     QVector<VNAChannel*> channels;
@@ -196,9 +202,14 @@ signals:
 private:
     void MeasThread();
     void ReconfigureChannels();
+    void ReconfigureChannel(VNAChannel& channel);
     // One channel's turn; returns false when the channel was skipped.
     bool SweepChannel(VNAChannel& channel, int& lastChannel, bool& lastFwd, bool& lastRev);
     void ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
+    // One display cycle's sleep, cut short by a stop or a reconfiguration request.
+    void WaitCycle();
+    // Ends the loop's waits, its own and the device's, so that it sees a request at once.
+    void WakeLoop();
     // Steps of the chain that depend on the channel only, computed once per pass.
     void PrepareChannelData(VNAChannel& channel);
     // Last step of the chain: tracked markers of the trace carry over to coupled traces.
@@ -220,7 +231,12 @@ private:
     std::thread measThread;
     std::atomic<bool> measRunning{false};
     std::atomic<bool> reconfigure{false};
+    // Orders the loop's cycle sleep against a wake-up, so that none is lost between the check of
+    // measRunning and reconfigure and the sleep.
+    std::mutex cycleMutex;
+    std::condition_variable cycleWake;
     std::atomic<uint64_t> sweepsStarted{0};
+    std::atomic<uint64_t> roundsRun{0};
 };
 
 void SetThreadName(std::thread& thread, const char* name);

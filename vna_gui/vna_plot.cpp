@@ -485,9 +485,21 @@ void VNAPlot::DrawLabel(VNAPainter& p, const VNATrace& t, int index, int place)
                           t.GetRefDivString().toUtf8().constData());
     const int x = (width() * (place & 1)) / 2;
     const int baseline = p.FontHeight() * ((place >> 1) + 1) - p.FontDescent();
+    // Each label keeps to its column: with plots side by side a whole label does not fit, and
+    // it ends in an ellipsis instead of running into the next column. A space's width is left
+    // free before the next column.
+    const QFontMetrics fm = p.fontMetrics();
+    const int column = (place & 1) ? width() - x : width() / 2 - x;
+    const int room = std::max(0, column - fm.horizontalAdvance(QLatin1Char(' ')));
+    const QString shown = fm.elidedText(text, Qt::ElideRight, room);
+    // The box spans the text's advance and its ink, whichever reaches further, and the line's
+    // full height, within the column.
+    const QRect ink = fm.boundingRect(shown);
+    const int right = std::max(fm.horizontalAdvance(shown), ink.right() + 1);
+    const QRect box = QRect(x, baseline - fm.ascent(), right + 1, fm.ascent() + fm.descent())
+                          .intersected(QRect(x, 0, column, height()));
     const QColor color = ColorPrefs::Get().GetTraceColor(index);
     p.SetPenColor(color);
-    const QRect box = p.fontMetrics().boundingRect(text).translated(x, baseline);
     if (index == selectedTrace)
     {
         p.fillRect(box, color);
@@ -499,7 +511,10 @@ void VNAPlot::DrawLabel(VNAPainter& p, const VNATrace& t, int index, int place)
         faint.setAlpha(0x3c);
         p.fillRect(box, faint);
     }
-    p.DrawString(text, x, baseline, Qt::AlignLeft);
+    p.save();
+    p.setClipRect(QRect(x, 0, column, height()));
+    p.DrawString(shown, x, baseline, Qt::AlignLeft);
+    p.restore();
     p.SetPenColor(color);
     labelPos.append({index, box});
 }

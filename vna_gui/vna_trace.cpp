@@ -1,6 +1,7 @@
 #include "vna_trace.h"
 
 #include <QCoreApplication>
+#include <QLocale>
 #include <QTextStream>
 #include <cmath>
 
@@ -704,7 +705,8 @@ void VNATrace::Export(const QString& path) const
         << unitRef << '\n';
     for (int i = 0; i < x.size(); ++i)
     {
-        out << x[i] << ", " << y[i] << '\n';
+        // Frequencies (and times) in full: the shortest text that reads back the same number.
+        out << QString::number(x[i], 'g', QLocale::FloatingPointShortest) << ", " << y[i] << '\n';
     }
     out.flush();
     SaveFileWhole(path, text.toUtf8());

@@ -153,6 +153,17 @@ void TestMainWindow::importCreatesHeldChannel()
 
     VNAModel& m = window->Model();
     const int plotsBefore = window->GetVisiblePlots();
+    // A file whose frequencies fall back, or with a value that is not finite, takes no channel
+    // and no plot (hidden, so the warning does not wait for a click).
+    Hidden::Set(true);
+    for (const QByteArray& body : {QByteArray("2 1 0\n1 1 0\n"), QByteArray("1 1 0\n2 nan 0\n")})
+    {
+        QVERIFY(
+            !window->ImportSNPFile(testfx::WriteFile(dir, "bad.s1p", "# Hz S RI R 50\n" + body)));
+        QVERIFY(!m.channels[1]->enabled);
+        QCOMPARE(window->GetVisiblePlots(), plotsBefore);
+    }
+    Hidden::Set(false);
     QVERIFY(window->ImportSNPFile(path));
     const VNAChannel* c = m.channels[1];
     QVERIFY(c->enabled);

@@ -1,5 +1,6 @@
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QImage>
 #include <QMutexLocker>
@@ -126,6 +127,8 @@ private slots:
     void smithAndAdmittanceCharts();
     void sweepArrowClampedInward();
     void labelsHitTestAndHover();
+    void labelsKeepToTheirColumns_data();
+    void labelsKeepToTheirColumns();
     void backgroundHighlight();
     void overlayLightensDropTargets();
     void markerAndReferenceDrags();
@@ -463,6 +466,123 @@ void TestPlot::labelsHitTestAndHover()
     QEvent leave(QEvent::Leave);
     QApplication::sendEvent(&plot, &leave);
     QCOMPARE(plot.HoveredTrace(), -1);
+}
+
+void TestPlot::labelsKeepToTheirColumns_data()
+{
+    QTest::addColumn<int>("plots");
+    // Plots side by side in a window 1600 pixels wide: 800, 400 and 200 pixels each.
+    QTest::newRow("2 plots") << 2;
+    QTest::newRow("4 plots") << 4;
+    QTest::newRow("8 plots") << 8;
+}
+
+void TestPlot::labelsKeepToTheirColumns()
+{
+    QFETCH(int, plots);
+    const QSize size(1600 / plots, 400);
+    int tr[4];
+    for (int& t : tr)
+    {
+        t = AddTrace(LogMag);
+    }
+    model->selectedTraceIndex = tr[1];
+    VNAPlot plot(*model, 0);
+    const QFontMetrics fm(plot.font());
+    const int fh = fm.height();
+    const int half = size.width() / 2;
+    auto band = [&](int place) { return QRect(0, fh * (place >> 1), size.width(), fh); };
+    auto column = [&](int place)
+    { return place & 1 ? QRect(half, 0, size.width() - half, 400) : QRect(0, 0, half, 400); };
+
+    // Dark theme: every pixel of a label's colour stays in its column, the selected label's box
+    // included, and every label shows.
+    QImage img = Render(plot, size);
+    for (int place = 0; place < 4; ++place)
+    {
+        const QColor color = ColorPrefs::Get().GetTraceColor(tr[place]);
+        int inside = 0;
+        const QRect b = band(place);
+        for (int y = b.top(); y <= b.bottom(); ++y)
+        {
+            for (int x = 0; x < size.width(); ++x)
+            {
+                if (Tinted(img.pixel(x, y), color))
+                {
+                    QVERIFY2(column(place).contains(x, y),
+                             qPrintable(QStringLiteral("label %1 at x %2").arg(place).arg(x)));
+                    ++inside;
+                }
+            }
+        }
+        QVERIFY(inside > 20);
+    }
+
+    // Light theme, where black text shows on the background too: the selected label's box
+    // covers all of its text, and a label too wide for its column ends in an ellipsis, whose
+    // dots sit on the baseline, instead of a cut letter.
+    ColorPrefs::Get().LoadDefaultsLight();
+    img = Render(plot, size);
+    const QColor boxColor = ColorPrefs::Get().GetTraceColor(tr[1]);
+    const QRect b = band(1);
+    int boxLeft = size.width(), boxRight = -1, inkLeft = size.width(), inkRight = -1;
+    for (int y = b.top(); y <= b.bottom(); ++y)
+    {
+        for (int x = 0; x < size.width(); ++x)
+        {
+            const QRgb p = img.pixel(x, y);
+            if (Near(p, boxColor))
+            {
+                boxLeft = std::min(boxLeft, x);
+                boxRight = std::max(boxRight, x);
+            }
+            else if (x >= half && Near(p, Qt::black, 80))
+            {
+                inkLeft = std::min(inkLeft, x);
+                inkRight = std::max(inkRight, x);
+            }
+        }
+    }
+    QVERIFY(inkRight > inkLeft);
+    QVERIFY2(boxLeft <= inkLeft && inkRight < boxRight,
+             qPrintable(QStringLiteral("box %1..%2, text %3..%4")
+                            .arg(boxLeft)
+                            .arg(boxRight)
+                            .arg(inkLeft)
+                            .arg(inkRight)));
+    QVERIFY(column(1).contains(boxLeft, b.top()) && column(1).contains(boxRight, b.top()));
+
+    // The unselected labels: the last glyph's ink, as wide as an ellipsis, lies low on the line
+    // exactly when the text needed cutting. 800 pixels hold a whole label.
+    const int dotsWidth = fm.horizontalAdvance(QChar(0x2026));
+    const int baseline = fh - fm.descent();
+    for (int place : {0, 2, 3})
+    {
+        const QColor color = ColorPrefs::Get().GetTraceColor(tr[place]);
+        const QRect r = band(place).intersected(column(place));
+        int right = -1;
+        for (int x = r.left(); x <= r.right(); ++x)
+        {
+            for (int y = r.top(); y <= r.bottom(); ++y)
+            {
+                right = Tinted(img.pixel(x, y), color) ? x : right;
+            }
+        }
+        QVERIFY(right > r.left());
+        int highest = fh;
+        for (int x = right - dotsWidth / 2; x <= right; ++x)
+        {
+            for (int y = r.top(); y <= r.bottom(); ++y)
+            {
+                if (Tinted(img.pixel(x, y), color))
+                {
+                    highest = std::min(highest, y - r.top());
+                }
+            }
+        }
+        const bool lowInk = highest > baseline - fm.xHeight() / 2;
+        QCOMPARE(lowInk, plots > 2);
+    }
 }
 
 void TestPlot::backgroundHighlight()
@@ -820,6 +940,42 @@ void TestPlot::colorPrefsAndRememberedFolders()
     QCOMPARE(QFileInfo(startName).fileName(), QString("a.vnacal"));
     QCOMPARE(QDir(GetDefaultUserDirectory("DefaultCalSetSaveDirectory")),
              QDir(dir.filePath("sub")));
+
+    // A name typed without an extension takes the chosen filter's first one; an extension given
+    // stays.
+    QCOMPARE(FilterSuffix("Image Files (*.png *.jpg *.bmp)"), QString("png"));
+    QCOMPARE(FilterSuffix("All Files (*)"), QString());
+    const QString images = QStringLiteral("Image Files (*.png *.jpg *.bmp);;Text Files (*.txt)");
+    struct Typed
+    {
+        QString filter;  // empty: the first
+        QString name;
+        QString expected;
+    } typed[] = {{QString(), "shot", "shot.png"},
+                 {"Text Files (*.txt)", "notes", "notes.txt"},
+                 {QString(), "photo.jpg", "photo.jpg"}};
+    for (const Typed& t : typed)
+    {
+        QTimer::singleShot(0,
+                           [&]
+                           {
+                               auto* dlg =
+                                   qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                               QVERIFY(dlg);
+                               if (!t.filter.isEmpty())
+                               {
+                                   // As a user picks it, from the dialog's list of filters.
+                                   auto* types = dlg->findChild<QComboBox*>("fileTypeCombo");
+                                   QVERIFY(types);
+                                   QTest::keyClick(types, Qt::Key_Down);
+                                   QCOMPARE(dlg->selectedNameFilter(), t.filter);
+                               }
+                               dlg->selectFile(dir.filePath(t.name));
+                               static_cast<QDialog*>(dlg)->accept();
+                           });
+        const QString saved = GetFileNameSave(nullptr, "DefaultImageSaveDirectory", images, "Save");
+        QCOMPARE(QFileInfo(saved).fileName(), t.expected);
+    }
 
     // A cancelled dialog keeps the remembered folder.
     QTimer::singleShot(0,

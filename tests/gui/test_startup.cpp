@@ -1,11 +1,17 @@
+#include <unistd.h>
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDir>
 #include <QMessageBox>
 #include <QMutexLocker>
 #include <QProcess>
+#include <QSet>
+#include <QTcpSocket>
 #include <QTimer>
 #include <QtTest>
+#include <algorithm>
 
+#include "application_settings.h"
 #include "error_log.h"
 #include "mainwindow.h"
 #include "scpi_log.h"
@@ -91,17 +97,86 @@ void TestStartup::demoAcceptedStartsSweeping()
     QVERIFY(!w.Model().device.Connected());
 }
 
+namespace
+{
+// The TCP port a process listens on, from the kernel's tables: its sockets' inodes among its open
+// files, and the listening entry with such an inode. 0 while it listens on none.
+quint16 ListeningPort(qint64 pid)
+{
+    QSet<QByteArray> sockets;
+    const QString fds = QStringLiteral("/proc/%1/fd").arg(pid);
+    for (const QString& fd : QDir(fds).entryList(QDir::AllEntries | QDir::System))
+    {
+        char target[128];
+        const ssize_t n =
+            ::readlink(QFile::encodeName(fds + '/' + fd).constData(), target, sizeof target);
+        const QByteArray link(target, int(std::max<ssize_t>(n, 0)));
+        if (link.startsWith("socket:["))
+        {
+            sockets.insert(link.mid(8, link.size() - 9));
+        }
+    }
+    for (const char* table : {"tcp", "tcp6"})
+    {
+        QFile f(QStringLiteral("/proc/%1/net/%2").arg(pid).arg(QLatin1String(table)));
+        if (!f.open(QIODevice::ReadOnly))
+        {
+            continue;
+        }
+        f.readLine();  // the header
+        while (!f.atEnd())
+        {
+            // sl local_address rem_address st ... inode: 0A is the listening state.
+            const QList<QByteArray> cols = f.readLine().simplified().split(' ');
+            if (cols.size() > 9 && cols[3] == "0A" && sockets.contains(cols[9]))
+            {
+                return quint16(cols[1].split(':').last().toUInt(nullptr, 16));
+            }
+        }
+    }
+    return 0;
+}
+}  // namespace
+
 void TestStartup::programProcessHidden()
 {
+    // A home of its own, whose preferences give the remote server any free port.
+    QTemporaryDir home;
+    QVERIFY(home.isValid());
+    const QString folder = home.path() + QStringLiteral("/Documents/Kestrix/vna");
+    QVERIFY(QDir().mkpath(folder));
+    {
+        ApplicationSettings prefs(folder + QStringLiteral("/Preferences.ini"));
+        prefs.Save(QStringLiteral("Preferences/SCPIPrefs/Port"), 0);
+    }
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("QT_QPA_PLATFORM", "offscreen");
-    env.insert("HOME", QDir::tempPath() + "/vna-startup-home");
+    env.insert("HOME", home.path());
+    env.insert("XDG_CONFIG_HOME", home.path() + QStringLiteral("/.config"));
     p.setProcessEnvironment(env);
     p.start(VNA_APP_PATH, {"--hidden", "--unknown-option"});
     QVERIFY(p.waitForStarted());
-    // It must still be running after start-up has long finished: no crash, no blocking question.
-    QVERIFY(!p.waitForFinished(1500));
+    quint16 port = 0;
+    QTRY_VERIFY_WITH_TIMEOUT((port = ListeningPort(p.processId())) != 0, 20000);
+
+    // It answers, so start-up finished without a crash or a question waiting for an answer; and
+    // the unknown option is in its error queue.
+    QTcpSocket client;
+    client.connectToHost(QHostAddress::LocalHost, port);
+    QVERIFY(client.waitForConnected(10000));
+    QStringList errors;
+    for (int i = 0; i < 10 && !errors.contains(QStringLiteral("0,No Error;")); ++i)
+    {
+        client.write(":SYSTem:ERRor:NEXT?\n");
+        while (!client.canReadLine() && client.waitForReadyRead(10000))
+        {
+        }
+        errors.append(QString::fromLatin1(client.readLine()).trimmed());
+    }
+    QVERIFY2(
+        errors.contains(QStringLiteral("-8,Command line error;Unknown command line parameter")),
+        qPrintable(errors.join(QStringLiteral(" | "))));
     QCOMPARE(p.state(), QProcess::Running);
     p.terminate();
     if (!p.waitForFinished(5000))

@@ -7,8 +7,10 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <atomic>
 #include <cmath>
 #include <complex>
+#include <thread>
 
 #include "test_fixtures.h"
 #include "vna_device.h"
@@ -531,42 +533,37 @@ private slots:
         SParametersRaw r;
         r.Resize(s.points);
         dev.StartSweep(r);
-        int lastFwd = 0, lastRev = 0, polls = 0;
-        bool sawPartial = false;
-        for (;;)
-        {
-            int fwdPts = 0, revPts = 0;
-            double percent = 0;
-            dev.GetSweepUpdate(fwdPts, revPts, percent);
-            ++polls;
-            QVERIFY(fwdPts >= lastFwd && revPts >= lastRev);
-            // Forward finishes before reverse begins.
-            QVERIFY(revPts == 0 || fwdPts == s.points);
-            // The reported prefix is written.
-            for (int i = lastFwd; i < fwdPts; ++i)
+        int lastFwd = 0, lastRev = 0;
+        QVERIFY(WaitFor(
+            [&]
             {
-                QVERIFY(r.S21[i] != cplx(0.0) && r.b1Fwd[i] != cplx(0.0));
-            }
-            for (int i = lastRev; i < revPts; ++i)
-            {
-                QVERIFY(r.S12[i] != cplx(0.0) && r.a2Rev[i] != cplx(0.0));
-            }
-            sawPartial = sawPartial || (fwdPts > 0 && fwdPts < s.points) ||
-                         (revPts > 0 && revPts < s.points);
-            lastFwd = fwdPts;
-            lastRev = revPts;
-            if (revPts == s.points || polls > 100000)
-            {
-                break;
-            }
-            QThread::msleep(4);
-        }
+                int fwdPts = 0, revPts = 0;
+                double percent = 0;
+                dev.GetSweepUpdate(fwdPts, revPts, percent);
+                // Never backwards, and forward finishes before reverse begins.
+                const bool ordered =
+                    fwdPts >= lastFwd && revPts >= lastRev && (revPts == 0 || fwdPts == s.points);
+                // The reported prefix is written.
+                bool written = true;
+                for (int i = lastFwd; i < fwdPts; ++i)
+                {
+                    written = written && r.S21[i] != cplx(0.0) && r.b1Fwd[i] != cplx(0.0);
+                }
+                for (int i = lastRev; i < revPts; ++i)
+                {
+                    written = written && r.S12[i] != cplx(0.0) && r.a2Rev[i] != cplx(0.0);
+                }
+                lastFwd = fwdPts;
+                lastRev = revPts;
+                return !ordered || !written || revPts == s.points;
+            }));
         QCOMPARE(lastFwd, s.points);
-        QVERIFY(sawPartial);
+        QCOMPARE(lastRev, s.points);
         dev.FinishSweep();
 
-        // A slow sweep abandoned early stops where it was.
-        s.ifbw = 100;
+        // A slow sweep abandoned early stops where it was: once the abort has returned nothing
+        // more is reported or written.
+        s.ifbw = 100;  // 20 ms a point: 40 s a direction
         s.points = 2001;
         QVERIFY(dev.Configure(s, true, true, true, true, false, false));
         r.Resize(s.points);
@@ -580,16 +577,61 @@ private slots:
                 return fwdPts > 0;
             }));
         dev.AbortSweep();
-        int afterFwd = 0, afterRev = 0;
-        dev.GetSweepUpdate(afterFwd, afterRev, percent);
-        QThread::msleep(50);
-        int laterFwd = 0, laterRev = 0;
-        dev.GetSweepUpdate(laterFwd, laterRev, percent);
-        QCOMPARE(laterFwd, afterFwd);
-        QVERIFY(afterFwd < s.points);
-        QCOMPARE(laterRev, 0);
+        dev.GetSweepUpdate(fwdPts, revPts, percent);
+        QVERIFY(fwdPts > 0 && fwdPts < s.points);
+        QCOMPARE(revPts, 0);
+        QVERIFY(!AllZero(r.S21.mid(0, fwdPts)));
+        QVERIFY(AllZero(r.S21.mid(fwdPts)));
         QVERIFY(AllZero(r.S12));
         dev.FinishSweep();  // nothing left to wait for
+        dev.Disconnect();
+    }
+
+    // The waits of the library end when another thread aborts the sweep: a whole vnaGetSweep,
+    // and vnaFinishSweep before the sweep is complete.
+    void abortFromAnotherThreadEndsWaits()
+    {
+        VNADevice dev(&lib);
+        QVERIFY(dev.Connect());
+        VNAStimulus s = testfx::Stimulus(1e9, 10e9, 2001);
+        s.ifbw = 100;  // 20 ms a point: 40 s a direction
+        QVERIFY(dev.Configure(s, true, true, true, true, false, false));
+        int fwdPts = 0, revPts = 0;
+        double percent = 0;
+        auto status = [&]
+        {
+            lib.vnaGetSweepStatus(dev.Handle(), &fwdPts, &revPts, &percent);
+            return fwdPts;
+        };
+
+        // An abort that comes before the sweep has begun is forgotten when it begins: abort
+        // until the call returns.
+        SParametersRaw whole;
+        std::atomic<bool> done{false};
+        std::thread sweeper(
+            [&]
+            {
+                dev.GetSweep(whole);
+                done = true;
+            });
+        QVERIFY(WaitFor(
+            [&]
+            {
+                lib.vnaAbortSweep(dev.Handle());
+                return done.load();
+            }));
+        sweeper.join();
+        QVERIFY(status() < s.points);
+        QVERIFY(AllZero(whole.S12));
+
+        SParametersRaw r;
+        r.Resize(s.points);
+        dev.StartSweep(r);
+        std::thread finisher([&] { dev.FinishSweep(); });
+        lib.vnaAbortSweep(dev.Handle());
+        finisher.join();
+        QVERIFY(status() < s.points);
+        QCOMPARE(revPts, 0);
         dev.Disconnect();
     }
 
@@ -633,6 +675,117 @@ private slots:
         QCOMPARE(b.MeasRaw.Size(), 31);
         QVERIFY(WorstAgainstModel(a.MeasRaw, a.stimulus, true, false, false) < 1e-12);
         QVERIFY(WorstAgainstModel(b.MeasRaw, b.stimulus, false, true, false) < 1e-12);
+        model.device.Disconnect();
+    }
+
+    // Averaging on noisy data: the raw record is the latest sweep as the device gave it, not the
+    // average, and the receivers follow every sweep.
+    void rawDataUnderAveraging()
+    {
+        QCOMPARE(Cmd("connect thru"), QStringLiteral("ok"));
+        VNAModel model(&lib);
+        QVERIFY(model.device.Connect());
+        VNAChannel& ch = *model.channels[0];
+        {
+            QMutexLocker lock(&model.traceLock);
+            int t = 0;
+            model.InternalCreateTrace(t)->meas = S21;
+            model.mapper.SetPos(0, 0, t);
+        }
+        ch.stimulus = testfx::Stimulus(1e9, 9e9, 41);
+        ch.stimulus.avgEnabled = true;
+        ch.stimulus.avgCount = 4;
+
+        // Sweeps this short are taken whole: one update per sweep. What averaging was given is
+        // recorded on the loop's thread, right after each sweep.
+        ch.stimulus.ifbw = 100000;
+        QVERIFY(ch.stimulus.EstimateSweepTime() <= VNAModel::kBlockingSweepTime);
+        QMutex seenLock;
+        QVector<CplxVector> seen;
+        const QMetaObject::Connection recorder = connect(
+            &model, &VNAModel::updatePlotsSignal, &model,
+            [&]
+            {
+                QMutexLocker lock(&seenLock);
+                seen.append(ch.RawSParam(S21));
+            },
+            Qt::DirectConnection);
+        model.MeasStart();
+        QVERIFY(WaitFor(
+            [&]
+            {
+                QMutexLocker lock(&seenLock);
+                return seen.size() >= 7;
+            }));
+        model.MeasStop();
+        disconnect(recorder);
+        // The last raw record is what the device wrote, receivers included.
+        QCOMPARE(ch.RawSParam(S21), ch.MeasRaw.S21);
+        for (const char* word : {"a1fwd", "b2fwd"})
+        {
+            CplxVector rx;
+            QVERIFY(ch.RawReceiver(word, rx));
+            bool found = false;
+            QCOMPARE(rx, *ch.MeasRaw.GetReceiver(word, found));
+            QVERIFY(!AllZero(rx));
+            QMutexLocker lock(&ch.measLock);
+            QCOMPARE(*ch.MeasAvg.GetReceiver(word, found), rx);
+        }
+        CplxVector none;
+        QVERIFY(!ch.RawReceiver("c3fwd", none));
+        // Each sweep has its own noise, and the average is the running mean of the raw records
+        // (cumulative up to the count, then exponential).
+        CplxVector mean(41);
+        for (int k = 0; k < seen.size(); ++k)
+        {
+            const double w = 1.0 / std::min(4.0, k + 1.0);
+            for (int i = 0; i < 41; ++i)
+            {
+                mean[i] = seen[k][i] * w + mean[i] * (1.0 - w);
+            }
+            QVERIFY(k == 0 || seen[k] != seen[k - 1]);
+        }
+        {
+            QMutexLocker lock(&ch.measLock);
+            double worst = 0.0;
+            for (int i = 0; i < 41; ++i)
+            {
+                worst = std::max(worst, std::abs(ch.MeasAvg.S21[i] - mean[i]));
+            }
+            QVERIFY(worst < 1e-12);
+            QVERIFY(ch.MeasAvg.S21 != ch.MeasRaw.S21);
+        }
+
+        // A longer sweep arrives in parts; after every part the raw record holds the reported
+        // prefix of the device's buffers exactly (read on the loop's thread, as the loop does).
+        ch.stimulus.ifbw = 1000;
+        ch.stimulus.points = 101;
+        QVERIFY(ch.stimulus.EstimateSweepTime() > VNAModel::kBlockingSweepTime);
+        bool prefixesMatch = true;
+        connect(
+            &model, &VNAModel::updatePlotsSignal, &model,
+            [&]
+            {
+                const int end = ch.MeasRaw.positionEnd;
+                const CplxVector raw = ch.RawSParam(S21);
+                CplxVector rx;
+                ch.RawReceiver("b2fwd", rx);
+                for (int i = 0; i < end; ++i)
+                {
+                    prefixesMatch = prefixesMatch && raw[i] == ch.MeasRaw.S21[i] &&
+                                    rx[i] == ch.MeasRaw.b2Fwd[i];
+                }
+            },
+            Qt::DirectConnection);
+        model.MeasStart();
+        QVERIFY(WaitFor(
+            [&]
+            {
+                QMutexLocker lock(&ch.measLock);
+                return ch.avgCurrent >= 2;
+            }));
+        model.MeasStop();
+        QVERIFY(prefixesMatch);
         model.device.Disconnect();
     }
 

@@ -50,7 +50,10 @@ void TestFuzzRegressions::replay_data()
 {
     QTest::addColumn<QString>("harness");
     QTest::addColumn<QString>("folder");
-    const QString findings = qEnvironmentVariable("VNA_TEST_DATA") + "/fuzz-regressions/";
+    // Kept findings live in the source tree; the folder exists even before the first finding of
+    // a harness, so a missing folder means a broken checkout, not a clean record.
+    const QString findings = QStringLiteral(VNA_SOURCE_DIR "/tests/data/fuzz-regressions/");
+    QVERIFY2(QDir(findings).exists(), qPrintable(findings));
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
     for (const char* harness :
          {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits"})

@@ -79,6 +79,20 @@ void TestRecords::partialCopy()
     dst.PartialCopy(shorter);
     QCOMPARE(dst.positionEnd, 4);
     QCOMPARE(dst.S11[5], cplx(100.0, 5.0));
+
+    // From a point on: what lies before it is left as it is.
+    src.positionEnd = 7;
+    const SParametersRaw before = Filled(10, 100.0);
+    SParametersRaw part = before;
+    part.PartialCopy(src, 4);
+    QCOMPARE(part.positionEnd, 7);
+    for (int v = 0; v < SParametersRaw::kVectorCount; ++v)
+    {
+        for (int i = 0; i < 10; ++i)
+        {
+            QCOMPARE(part.Vector(v)[i], (i >= 4 && i < 7 ? src : before).Vector(v)[i]);
+        }
+    }
 }
 
 void TestRecords::scaleAddAndReceivers()

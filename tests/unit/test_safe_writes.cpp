@@ -2,6 +2,7 @@
 // Failures are provoked with a file-size limit (the process's RLIMIT_FSIZE), which stops writes
 // even for root, where permission bits do not: the nearest thing to a full disk a test can have.
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <QDir>
 #include <QFile>
 #include <QSettings>
@@ -82,6 +83,7 @@ private slots:
     void traceExport();
     void rangeTables();
     void settingsFiles();
+    void settingsWriteOnlyChanges();
 };
 
 void TestSafeWrites::touchstone()
@@ -223,7 +225,6 @@ void TestSafeWrites::settingsFiles()
     }
     {
         ApplicationSettings s(path);
-        QVERIFY(s.isAtomicSyncRequired());
         s.Save(QStringLiteral("Cal/Points"), values);
         s.Save(QStringLiteral("Cal/Name"), QStringLiteral("first"));
         s.Sync();
@@ -239,7 +240,7 @@ void TestSafeWrites::settingsFiles()
         ApplicationSettings s(blocker + QStringLiteral("/state.ini"));
         s.Save(QStringLiteral("Key"), 1);
         s.Sync();
-        QCOMPARE(s.status(), QSettings::AccessError);
+        QCOMPARE(s.WriteStatus(), QSettings::AccessError);
     }
     QCOMPARE(ReadAll(blocker), QByteArray("x"));
 
@@ -254,27 +255,96 @@ void TestSafeWrites::settingsFiles()
         ApplicationSettings s(path);
         s.Save(QStringLiteral("Cal/Name"), QStringLiteral("second"));
         s.Save(QStringLiteral("Cal/Terms"), huge);
-        FileSizeLimit limit(kLimit);
-        QVERIFY(limit.active);
-        s.Sync();
-        QCOMPARE(s.WriteStatus(), QSettings::AccessError);
+        {
+            FileSizeLimit limit(kLimit);
+            QVERIFY(limit.active);
+            s.Sync();
+            QCOMPARE(s.WriteStatus(), QSettings::AccessError);
+        }
         QCOMPARE(ReadAll(path), good);
+        QCOMPARE(Entries(dir.path()),
+                 (QStringList{QStringLiteral("blocker"), QStringLiteral("state.ini")}));
     }
-    QCOMPARE(ReadAll(path), good);  // the destructor's last attempt fails the same way
-    QCOMPARE(Entries(dir.path()),
-             (QStringList{QStringLiteral("blocker"), QStringLiteral("state.ini")}));
-
-    // With room again, the same changes go in whole.
-    {
-        ApplicationSettings s(path);
-        s.Save(QStringLiteral("Cal/Terms"), huge);
-        s.Sync();
-        QCOMPARE(s.WriteStatus(), QSettings::NoError);
-    }
+    // With room again, the destructor puts the same changes in whole.
     ApplicationSettings back(path);
     QVector<std::complex<double>> terms;
     back.Load(QStringLiteral("Cal/Terms"), terms);
     QCOMPARE(terms.size(), huge.size());
+    QCOMPARE(back.Load(QStringLiteral("Cal/Name")).toString(), QStringLiteral("second"));
+}
+
+void TestSafeWrites::settingsWriteOnlyChanges()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("prefs.ini"));
+    {
+        ApplicationSettings s(path);
+        s.Save(QStringLiteral("Group/Name"), QStringLiteral("first"));
+        s.Save(QStringLiteral("Group/Points"), QVector<double>{1.0, 2.5});
+        s.Save(QStringLiteral("Count"), 3);
+    }
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
+    const QByteArray before = ReadAll(path);
+    auto stat = [&](struct stat& st) { return ::stat(QFile::encodeName(path).constData(), &st); };
+    struct stat st0 = {};
+    QCOMPARE(stat(st0), 0);
+
+    // Reading, and storing what is already there, leave the file as it was: same bytes, same
+    // inode, same mode, and no other file appears beside it, not even for a while.
+    {
+        ApplicationSettings s(path);
+        QString name;
+        s.Load(QStringLiteral("Group/Name"), name);
+        QCOMPARE(name, QStringLiteral("first"));
+        s.Save(QStringLiteral("Count"), 3);
+        s.Save(QStringLiteral("Group/Name"), QStringLiteral("first"));
+        QCOMPARE(Entries(dir.path()), QStringList{QStringLiteral("prefs.ini")});
+        QCoreApplication::processEvents();  // QSettings' own deferred sync has its chance
+        s.Sync();
+        QCOMPARE(s.WriteStatus(), QSettings::NoError);
+        QCOMPARE(Entries(dir.path()), QStringList{QStringLiteral("prefs.ini")});
+    }
+    struct stat st1 = {};
+    QCOMPARE(stat(st1), 0);
+    QCOMPARE(ReadAll(path), before);
+    QCOMPARE(st1.st_ino, st0.st_ino);
+    QCOMPARE(st1.st_mode, st0.st_mode);
+
+    // Two stores open on one file, each changing its own keys: both changes survive whichever
+    // is written last, and a change keeps the file's permissions.
+    {
+        ApplicationSettings a(path);
+        ApplicationSettings b(path);
+        a.Save(QStringLiteral("Group/Name"), QStringLiteral("second"));
+        b.Save(QStringLiteral("Other/Flag"), true);
+        b.Remove(QStringLiteral("Count"));
+        a.Sync();
+        QCOMPARE(a.WriteStatus(), QSettings::NoError);
+    }
+    {
+        ApplicationSettings back(path);
+        QCOMPARE(back.Load(QStringLiteral("Group/Name")).toString(), QStringLiteral("second"));
+        QCOMPARE(back.Load(QStringLiteral("Other/Flag")).toBool(), true);
+        QVERIFY(!back.contains(QStringLiteral("Count")));
+        QVector<double> points;
+        back.Load(QStringLiteral("Group/Points"), points);
+        QCOMPARE(points, (QVector<double>{1.0, 2.5}));
+    }
+    struct stat st2 = {};
+    QCOMPARE(stat(st2), 0);
+    QCOMPARE(st2.st_mode, st0.st_mode);
+    QCOMPARE(Entries(dir.path()), QStringList{QStringLiteral("prefs.ini")});
+
+    // A store destroyed inside a group still writes its change, and keeps the other keys.
+    {
+        ApplicationSettings s(path);
+        s.BeginGroup(QStringLiteral("Other"));
+        s.Save(QStringLiteral("Flag"), false);
+    }
+    ApplicationSettings back(path);
+    QCOMPARE(back.Load(QStringLiteral("Other/Flag")).toBool(), false);
+    QCOMPARE(back.Load(QStringLiteral("Group/Name")).toString(), QStringLiteral("second"));
 }
 
 QTEST_GUILESS_MAIN(TestSafeWrites)

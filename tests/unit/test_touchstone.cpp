@@ -1,7 +1,9 @@
+#include <QDirIterator>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <cmath>
+#include <cstring>
 
 #include "test_fixtures.h"
 #include "touchstone.h"
@@ -20,6 +22,8 @@ private slots:
     void storeAndReload();
     void badInputNeverCrashes();
     void demoResourceLoads();
+    void numberPathMatchesQString();
+    void sweepsItCannotHoldAreRefused();
 
 private:
     bool Load(const QByteArray& text, const QString& name, QString& error,
@@ -64,8 +68,8 @@ void TestTouchstone::optionLine()
     QVERIFY(std::abs(d.S11[0] - std::complex<double>(0.0, 2.0)) < 1e-12);
 
     // Numbers in every form the reader takes: signs, exponents, bare fractions.
-    QVERIFY(Load("# Hz S RI R 50\n+1 +0.5 -2e-1\n2 .25 1E+1\n3 5. -.5e0\n", "e.s1p", error, &f,
-                 &d));
+    QVERIFY(
+        Load("# Hz S RI R 50\n+1 +0.5 -2e-1\n2 .25 1E+1\n3 5. -.5e0\n", "e.s1p", error, &f, &d));
     QCOMPARE(f, (QVector<double>{1.0, 2.0, 3.0}));
     QCOMPARE(d.S11[0], std::complex<double>(0.5, -0.2));
     QCOMPARE(d.S11[1], std::complex<double>(0.25, 10.0));
@@ -275,6 +279,94 @@ void TestTouchstone::demoResourceLoads()
     }
     QVERIFY(std::fabs(bestFreq - 2.7e9) < 100e6);
     QVERIFY(bestS21 < -1.0 && bestS21 > -6.0);
+}
+
+void TestTouchstone::numberPathMatchesQString()
+{
+    // Every token of the fuzz corpus, forms of infinity and not-a-number, and random strings
+    // over the characters numbers are made of: the reader accepts a token exactly when
+    // QString::toDouble does, with the same value.
+    QList<QByteArray> tokens = {"Infinity", "INFINITY", "-Infinity", "nan(1)", "inf",    "-inf",
+                                "+inf",     "NaN",      "-nan",      "1e400",  "-1e400", "1e-400",
+                                "4.9e-324", "+.5",      "5.",        "-.5",    "1e",     "1e+",
+                                "00012",    "1,5",      "0x10",      "1d5"};
+    QDirIterator files(QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/touchstone"), QDir::Files);
+    while (files.hasNext())
+    {
+        QFile f(files.next());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        for (const QByteArray& t : f.readAll().simplified().split(' '))
+        {
+            tokens.append(t);
+        }
+    }
+    QVERIFY(tokens.size() > 100);
+    QRandomGenerator rng(99);
+    const char alphabet[] = "0123456789.eE+-infatyINFATY()x";
+    for (int i = 0; i < 20000; ++i)
+    {
+        QByteArray t;
+        for (int n = 1 + int(rng.bounded(10)); n > 0; --n)
+        {
+            t.append(alphabet[rng.bounded(int(sizeof(alphabet)) - 1)]);
+        }
+        tokens.append(t);
+    }
+    int accepted = 0;
+    for (const QByteArray& t : tokens)
+    {
+        bool expectOk = false;
+        const double expected = QString::fromLatin1(t).toDouble(&expectOk);
+        double got = -1.0;
+        const bool ok = ParseTouchstoneNumber(t.constData(), t.size(), got);
+        QVERIFY2(ok == expectOk, t.constData());
+        // A refused token reads as QString leaves it too (0, or an infinity out of range).
+        accepted += ok ? 1 : 0;
+        QVERIFY2(
+            std::isnan(expected) ? std::isnan(got) : std::memcmp(&got, &expected, sizeof got) == 0,
+            t.constData());
+    }
+    QVERIFY(accepted > 500);
+}
+
+void TestTouchstone::sweepsItCannotHoldAreRefused()
+{
+    // A channel's stimulus is a rising list of finite frequencies with finite values: a file
+    // that breaks this is refused, and the message names the line that does.
+    struct Case
+    {
+        QByteArray body;  // data lines after a comment and the option line
+        int badLine;
+        bool order;  // false: a value that is not finite
+    };
+    const Case cases[] = {
+        {"1 1 0\n2 1 0\n2 1 0\n", 5, true},           // a repeated frequency
+        {"1 1 0\n3 1 0\n2 1 0\n", 5, true},           // one that falls back
+        {"1 1 0\nnan 1 0\n3 1 0\n", 4, false},        // accepted by the number reader
+        {"1 1 0\ninf 1 0\n", 4, false},               // the frequency
+        {"1 1 0\n2 -inf 0\n", 4, false},              // a value
+        {"1 1 0\n2 1 nan\n", 4, false},               // an angle
+        {"1 1 0\n2 1 0\n\n3 1 0\nx 1 0\n", 7, true},  // a bad frequency reads as 0
+    };
+    for (const Case& c : cases)
+    {
+        for (const char* format : {"RI", "MA"})
+        {
+            QString error;
+            const QByteArray text = "! rising?\n# Hz S " + QByteArray(format) + " R 50\n" + c.body;
+            QVERIFY2(!Load(text, "bad.s1p", error), c.body.constData());
+            const QString line = QStringLiteral("Line %1").arg(c.badLine);
+            QVERIFY2(error.startsWith(line), qPrintable(error));
+            QCOMPARE(error.contains("increase"), c.order);
+            QCOMPARE(error.contains("finite"), !c.order);
+        }
+    }
+    // A decibel value past what a double holds, in a two-port file.
+    QString error;
+    QVERIFY(!Load("# Hz S DB R 50\n1 0 0 0 0 0 0 0 0\n2 0 0 7000 0 0 0 0 0\n", "db.s2p", error));
+    QCOMPARE(error, QStringLiteral("Line 3 holds a value that is not a finite number."));
+    // Rising frequencies with finite values still load, however uneven.
+    QVERIFY(Load("# Hz S RI R 50\n1 1 0\n1.0000001 -1e300 1e-300\n", "ok.s1p", error));
 }
 
 QTEST_GUILESS_MAIN(TestTouchstone)

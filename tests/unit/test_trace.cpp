@@ -388,6 +388,23 @@ void TestTrace::exportCsv()
     QCOMPARE(p[0].toDouble(), 1.5e9);
     QCOMPARE(p[1].toDouble(), -40.0);
 
+    // Frequencies read back exactly, however many digits they need.
+    VNATrace fine;
+    fine.x = {40e6 + 1.0 / 3.0, 39999999999.125, 1e9 + 1e-6, 20.02e9};
+    fine.y = {0.0, 0.0, 0.0, 0.0};
+    const QString finePath = dir.filePath("fine.csv");
+    fine.Export(finePath);
+    QFile ff(finePath);
+    QVERIFY(ff.open(QIODevice::ReadOnly | QIODevice::Text));
+    const QStringList fineLines = QString::fromUtf8(ff.readAll()).split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(fineLines.size(), fine.x.size() + 1);
+    for (int i = 0; i < fine.x.size(); ++i)
+    {
+        bool ok = false;
+        QCOMPARE(fineLines[i + 1].split(", ").value(0).toDouble(&ok), fine.x[i]);
+        QVERIFY(ok);
+    }
+
     // A trace with mismatched vectors writes nothing, and the earlier file survives whole.
     t.y.removeLast();
     t.Export(path);

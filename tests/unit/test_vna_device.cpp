@@ -1,6 +1,7 @@
-#include <QElapsedTimer>
 #include <QtTest>
+#include <atomic>
 #include <cmath>
+#include <thread>
 
 #include "test_fixtures.h"
 #include "touchstone.h"
@@ -95,48 +96,69 @@ void TestVNADevice::demoTimingModel()
     QCOMPARE(VNADevice::DemoSweepTime(2), 0);
     QCOMPARE(VNADevice::DemoSweepTime(64001), int(64001 * 70.0 / 201.0));
 
+    // The demo's clock is stepped by hand: positions follow from the time alone.
     VnaLib none;
     VNADevice dev(&none);
+    std::atomic<int64_t> now{5000};
+    dev.SetDemoClock([&] { return now.load(); });
     QVERIFY(dev.ConnectDemo());
     VNAStimulus s = testfx::Stimulus(1e9, 2e9, 201);
     QVERIFY(dev.Configure(s, true, true, true, true, false, false));
     const int T = VNADevice::DemoSweepTime(201);
     SParametersRaw r;
     r.Resize(201);
-    QElapsedTimer clock;
-    clock.start();
     dev.StartSweep(r);
     // All data is in place at once; only the reported position moves.
     QVERIFY(r.S22[200] != std::complex<double>(0, 0));
     int fwd = 0, rev = 0;
     double percent = 0;
-    int lastFwd = 0, lastRev = 0;
-    bool sawForwardPhase = false;
-    while (percent < 100.0)
+    auto expect = [&](int wantFwd, int wantRev)
     {
         dev.GetSweepUpdate(fwd, rev, percent);
-        const qint64 elapsed = clock.elapsed() + 2;
-        // The position never runs ahead of the modelled rate, and never goes back.
-        if (rev == 0)
-        {
-            sawForwardPhase = true;
-            QVERIFY(fwd <= elapsed * 201 / T);
-        }
-        else
-        {
-            QCOMPARE(fwd, 201);
-            QVERIFY(rev <= (elapsed - T) * 201 / T + 1);
-        }
-        QVERIFY(fwd >= lastFwd && (rev >= lastRev || rev == 0));
-        QCOMPARE(percent, (fwd / 201.0 * 0.5 + rev / 201.0 * 0.5) * 100.0);
-        lastFwd = fwd;
-        lastRev = rev;
-        QTest::qSleep(5);
+        QCOMPARE(fwd, wantFwd);
+        QCOMPARE(rev, wantRev);
+        QCOMPARE(percent, (wantFwd / 201.0 * 0.5 + wantRev / 201.0 * 0.5) * 100.0);
+    };
+    // The forward phase: 201 points in T milliseconds, truncated.
+    for (int t : {0, 1, 34, 69})
+    {
+        now = 5000 + t;
+        expect(int(double(t) / T * 201), 0);
     }
-    QVERIFY(sawForwardPhase);
-    QVERIFY(clock.elapsed() + 2 >= 2 * T);  // both phases are timed
-    dev.FinishSweep();
+    now = 5000 + T;
+    expect(201, 0);  // the forward phase ends here, and the reverse phase starts now
+    now += 35;
+    expect(201, int(35.0 / T * 201));
+    now += T;  // the clock runs past the end: the position stops at the last point
+    expect(201, 201);
+    dev.FinishSweep();  // nothing left to wait for
 
+    // Finishing in the forward phase waits out both phases on the demo's clock.
+    const int64_t begin = now;
+    dev.StartSweep(r);
+    dev.SetDemoClock([&] { return now += 5; });  // 5 ms pass at each reading
+    dev.FinishSweep();
+    QVERIFY(now - begin >= 2 * T);
+    now = begin + 3 * T;
+    dev.SetDemoClock([&] { return now.load(); });
+    expect(201, 201);  // both phases were waited out: the sweep reads complete
+
+    // A wait that would never end on a stopped clock gives way to an interruption from another
+    // thread, and leaves the sweep where it was.
+    VNAStimulus big = testfx::Stimulus(1e9, 2e9, 64001);
+    QVERIFY(dev.Configure(big, true, true, false, true, false, false));
+    SParametersRaw b;
+    b.Resize(64001);
+    dev.StartSweep(b);
+    now += 1000;
+    dev.GetSweepUpdate(fwd, rev, percent);
+    const int reached = fwd;
+    QVERIFY(reached > 0 && reached < 64001);
+    std::thread finisher([&] { dev.FinishSweep(); });
+    dev.InterruptWaits();
+    finisher.join();
+    dev.GetSweepUpdate(fwd, rev, percent);
+    QCOMPARE(fwd, reached);
     // One or two points: zero sweep time, the position never advances.
     VNAStimulus two = testfx::Stimulus(1e9, 2e9, 2);
     QVERIFY(dev.Configure(two, true, true, false, true, false, false));

@@ -1,8 +1,10 @@
 #include <QMutexLocker>
-#include <QSignalSpy>
 #include <QtTest>
+#include <atomic>
 
+#include "cal_fixtures.h"
 #include "error_log.h"
+#include "preferences.h"
 #include "test_fixtures.h"
 #include "vna_lib.h"
 #include "vna_model.h"
@@ -21,6 +23,8 @@ private slots:
     void loopSweepsAndSingleFallsBackToHold();
     void holdMakesNoDeviceCall();
     void reconfigurationAbortsSingleSweep();
+    void stopEndsTheDemoWait();
+    void settingsChangedWhileTheLoopRuns();
     void noDeviceNoLoop();
     void errorQueue();
 
@@ -69,7 +73,19 @@ void TestVNAModel::averagingWeights()
     }
     QCOMPARE(ch.avgCurrent, 10);  // saturates at the count
     QCOMPARE(ch.avgPosition, 0);
-    QCOMPARE(ch.MeasAvg.a1Fwd[0], cplx(0, 0));  // receivers are not averaged
+    // The raw record is the last sweep itself.
+    QCOMPARE(ch.RawSParam(S21), CplxVector(4, cplx(12, -12)));
+    // Receivers are not averaged: they are taken as each sweep brings them.
+    for (double k : {1.0, 2.0})
+    {
+        SParametersRaw u = Constant(4, cplx(k, 0));
+        u.b2Rev.fill(cplx(0, k));
+        ch.PerformAveraging(u);
+        QCOMPARE(ch.MeasAvg.b2Rev, CplxVector(4, cplx(0, k)));
+        CplxVector rx;
+        QVERIFY(ch.RawReceiver("b2rev", rx));
+        QCOMPARE(rx, CplxVector(4, cplx(0, k)));
+    }
 
     ch.ClearAveraging();
     ch.PerformAveraging(Constant(4, cplx(7, 0)));  // the first sweep after a clear replaces
@@ -79,7 +95,7 @@ void TestVNAModel::averagingWeights()
     ch.PerformAveraging(Constant(4, cplx(3, 0)));
     QCOMPARE(ch.MeasAvg.S11[2], cplx(3, 0));
 
-    ch.stimulus.avgEnabled = false;  // off: the update is taken whole, positions included
+    ch.stimulus.avgEnabled = false;  // off: the update's points are taken as they are
     SParametersRaw u = Constant(4, cplx(9, 9));
     u.a2Rev[1] = cplx(5, 5);
     u.positionEnd = 2;
@@ -114,6 +130,8 @@ void TestVNAModel::partialAveraging()
     QCOMPARE(ch.MeasAvg.S11[5], cplx(100, 0));
     QCOMPARE(ch.avgCurrent, 1);
     QCOMPARE(ch.avgPosition, 0);
+    // The raw record takes each point once per sweep too, as far as the update reached.
+    QCOMPARE(ch.RawSParam(S11), (CplxVector{8, 8, 8, 100, 100, 100}));
 }
 
 void TestVNAModel::mapper()
@@ -162,7 +180,10 @@ void TestVNAModel::loopSweepsAndSingleFallsBackToHold()
     QVERIFY(model.device.ConnectDemo());
     AddTrace(model, 0, S21);
     model.channels[0]->stimulus = testfx::Stimulus(2e9, 3.4e9, 201);
-    QSignalSpy plots(&model, &VNAModel::updatePlotsSignal);
+    // Counted on this thread: the signal comes from the loop's thread and is queued here.
+    int plots = 0;
+    connect(
+        &model, &VNAModel::updatePlotsSignal, this, [&] { ++plots; }, Qt::QueuedConnection);
     model.MeasStart();
     QTRY_VERIFY_WITH_TIMEOUT(model.SweepsStarted() >= 2, 10000);
     {
@@ -173,7 +194,7 @@ void TestVNAModel::loopSweepsAndSingleFallsBackToHold()
         const int peak = int(std::max_element(t->y.begin(), t->y.end()) - t->y.begin());
         QVERIFY(std::fabs(t->x[peak] - 2.7e9) < 100e6);
     }
-    QVERIFY(plots.count() > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(plots > 0, 10000);
 
     model.SetTriggerMode(0, VNASweepMode::Single);
     QTRY_COMPARE_WITH_TIMEOUT(model.channels[0]->sweepMode.GetMode(), VNASweepMode::Hold, 10000);
@@ -188,10 +209,11 @@ void TestVNAModel::holdMakesNoDeviceCall()
     QVERIFY(model.device.ConnectDemo());
     model.channels[0]->sweepMode.SetMode(VNASweepMode::Hold);
     model.MeasStart();
-    const uint64_t before = model.SweepsStarted();
-    QTest::qWait(150);  // several idle rounds of the loop
-    QCOMPARE(model.SweepsStarted(), before);
+    // Several idle rounds of the loop, counted, not timed.
+    const uint64_t rounds = model.RoundsRun();
+    QTRY_VERIFY_WITH_TIMEOUT(model.RoundsRun() >= rounds + 5, 10000);
     model.MeasStop();
+    QCOMPARE(model.SweepsStarted(), uint64_t(0));
 }
 
 void TestVNAModel::reconfigurationAbortsSingleSweep()
@@ -210,6 +232,92 @@ void TestVNAModel::reconfigurationAbortsSingleSweep()
     model.MeasStop();
     QCOMPARE(model.channels[0]->MeasRaw.positionEnd, 0);
     QCOMPARE(model.SweepsStarted(), uint64_t(1));
+}
+
+void TestVNAModel::stopEndsTheDemoWait()
+{
+    // Forward only: once the forward phase is complete the loop finishes the sweep, and the demo
+    // makes it wait for the reverse phase too. On a stopped demo clock that wait never ends by
+    // itself; the stop must end it.
+    VNAModel model(&none);
+    std::atomic<int64_t> now{0};
+    model.device.SetDemoClock([&] { return now.load(); });
+    QVERIFY(model.device.ConnectDemo());
+    AddTrace(model, 0, S11);
+    model.channels[0]->stimulus = testfx::Stimulus(1e9, 5e9, 64001);
+    std::atomic<int> polls{0};
+    std::atomic<bool> complete{false}, finishing{false};
+    connect(
+        &model, &VNAModel::updateSweepProgressSignal, &model,
+        [&](double percent)
+        {
+            ++polls;
+            complete = complete || percent >= 100.0;
+        },
+        Qt::DirectConnection);
+    // The last display of a sweep comes right before the loop finishes it.
+    connect(
+        &model, &VNAModel::updatePlotsSignal, &model, [&] { finishing = finishing || complete; },
+        Qt::DirectConnection);
+    model.MeasStart();
+    QTRY_VERIFY_WITH_TIMEOUT(polls > 0, 10000);  // the sweep has started on the demo's clock
+    now = VNADevice::DemoSweepTime(64001) + 1;
+    QTRY_VERIFY_WITH_TIMEOUT(finishing, 10000);
+    model.MeasStop();
+    QVERIFY(!model.MeasRunning());
+    // The sweep was complete before the wait: its data stands.
+    QMutexLocker lock(&model.channels[0]->measLock);
+    QCOMPARE(model.channels[0]->MeasAvg.positionEnd, 64001);
+}
+
+void TestVNAModel::settingsChangedWhileTheLoopRuns()
+{
+    // The factory correction preference and the trace selection are written by the interface
+    // while the loop reads them: each change shows in the next sweep.
+    VNAModel model(&none);
+    QVERIFY(model.device.ConnectDemo());
+    VNAChannel& ch = *model.channels[0];
+    ch.stimulus = testfx::Stimulus(1e9, 2e9, 201);
+    AddTrace(model, 0, S11);
+    AddTrace(model, 0, S21);
+    testfx::SyntheticCal sol;
+    sol.type = SOL;
+    ch.factoryCalibration =
+        testfx::MeasureCalibration(sol, testfx::ModelKit(), ch.stimulus,
+                                   testfx::ErrorModel::Random(61), testfx::ErrorModel::Random(61));
+    Preferences& prefs = Preferences::Get();
+    prefs.SetUseFactoryCal(true);
+    model.MeasStart();
+    auto nextSweeps = [&]
+    {
+        // The sweep after the one under way began after the change, and has ended.
+        const uint64_t now = model.SweepsStarted();
+        QTRY_VERIFY_WITH_TIMEOUT(model.SweepsStarted() >= now + 2, 10000);
+    };
+    nextSweeps();
+    for (bool use : {false, true, false})
+    {
+        prefs.SetUseFactoryCal(use);
+        model.SetSelectedTrace(use ? 1 : 0);
+        {
+            QMutexLocker lock(&model.traceLock);
+            QCOMPARE(model.ActiveTrace(), model.traces[use ? 1 : 0]);
+        }
+        nextSweeps();
+        model.MeasStop();
+        {
+            QMutexLocker lock(&model.traceLock);
+            QMutexLocker measLock(&ch.measLock);
+            const SParameters expected =
+                use ? ch.factoryCalibration.ApplyCorrections(ch.MeasAvg, true)
+                    : ch.MeasAvg.ToSParam();
+            QCOMPARE(ch.MeasCal.S11, expected.S11);
+            QVERIFY(use == (ch.MeasCal.S11 != ch.MeasAvg.S11));
+        }
+        model.MeasStart();
+    }
+    model.MeasStop();
+    prefs.SetUseFactoryCal(true);
 }
 
 void TestVNAModel::noDeviceNoLoop()
