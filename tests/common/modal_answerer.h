@@ -5,6 +5,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
 #include <QStringList>
@@ -57,7 +58,17 @@ private:
                 return;
             }
             const QueuedFile f = files.takeFirst();
-            dlg->selectFile(f.path);
+            // Typed, as an operator would: selectFile() leaves the name field alone while it has
+            // the focus and the dialog's folder listing is still loading, and accept() then
+            // finds no file.
+            if (auto* edit = dlg->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+            {
+                edit->setText(f.path);
+            }
+            else
+            {
+                dlg->selectFile(f.path);
+            }
             static_cast<QDialog*>(dlg)->accept();
             if (f.afterAccept)
             {
