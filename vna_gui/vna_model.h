@@ -68,6 +68,27 @@ public:
     VNATrace* ActiveTrace() const;
     void DeleteAllTraces();
 
+    // --- fixtures and port extension --------------------------------------------------------
+    // Bodies of the window's slots and the remote commands. Each changes what the chain reads
+    // under traceLock and leaves the recalculation (CalcTraces) to the caller. Ports are 0 or 1;
+    // an invalid channel or port changes nothing and reads as false or empty.
+    // Reads a Touchstone file into the port's fixture. On failure the present fixture stays and
+    // error says why.
+    bool LoadFixturePort(int channel, FixtureKind kind, int port, const QString& path,
+                         QString& error);
+    void ClearFixturePort(int channel, FixtureKind kind, int port);
+    void SetFixtureEnabled(int channel, FixtureKind kind, bool enabled);
+    bool FixtureEnabled(int channel, FixtureKind kind) const;
+    bool FixturePortLoaded(int channel, FixtureKind kind, int port) const;
+    QString FixturePortFileName(int channel, FixtureKind kind, int port) const;
+    // Notes on the object's fixtures that do not fit the channel's sweep, one per line; empty
+    // when they fit.
+    QString FixtureWarning(int channel, FixtureKind kind) const;
+    void SetPortExtensionEnabled(int channel, bool enabled);
+    // All settings, the enabled flag included.
+    void SetPortExtension(int channel, const PortExtensionSettings& settings);
+    PortExtensionSettings GetPortExtension(int channel) const;
+
     // Diagnostics of the loop for tests and the status bar.
     uint64_t SweepsStarted() const { return sweepsStarted.load(); }
 
@@ -113,7 +134,8 @@ private:
     void ReconfigureChannels();
     // One channel's turn; returns false when the channel was skipped.
     bool SweepChannel(VNAChannel& channel, int& lastChannel, bool& lastFwd, bool& lastRev);
-    void ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
+    // False when the sweep was abandoned before its end.
+    bool ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
     // Steps of the chain that depend on the channel only, computed once per pass.
     void PrepareChannelData(VNAChannel& channel);
     // Last step of the chain: tracked markers of the trace carry over to coupled traces.
