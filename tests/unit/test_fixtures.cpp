@@ -134,6 +134,7 @@ class TestFixtures : public QObject
     Q_OBJECT
 private slots:
     void initTestCase() { testfx::IsolateUserFiles(); }
+    void tParametersCascade();
     void embedUndoesDeembed();
     void deembedRecoversDevice();
     void chainOrderThroughModel();
@@ -147,6 +148,34 @@ private:
     QTemporaryDir dir;
     VnaLib none;
 };
+
+void TestFixtures::tParametersCascade()
+{
+    const QVector<double> f = Grid(1e9, 8e9, 64);
+    const SParameters a = PolarLinearFixture(f, 0.8), d = testfx::SmoothSParams(f),
+                      b = PolarLinearFixture(f, -0.3);
+    TParameters ta, td, tb;
+    ta.FromSParams(a);
+    td.FromSParams(d);
+    tb.FromSParams(b);
+    SParameters s;
+    TParamMult(TParamMult(ta, td), tb).ToSParams(s);
+    QVERIFY(testfx::MaxDifference(s, Cascade(a, d, b, false)) < 1e-12);
+
+    TParameters inverse = ta;
+    inverse.Invert();
+    TParameters unit;
+    unit.LoadIdentity(f.size());
+    TParameters product = TParamMult(inverse, ta);
+    double worst = 0.0;
+    for (int i = 0; i < f.size(); ++i)
+    {
+        worst = std::max(
+            {worst, std::abs(product.t0[i] - unit.t0[i]), std::abs(product.t1[i] - unit.t1[i]),
+             std::abs(product.t2[i] - unit.t2[i]), std::abs(product.t3[i] - unit.t3[i])});
+    }
+    QVERIFY(worst < 1e-12);
+}
 
 void TestFixtures::embedUndoesDeembed()
 {
