@@ -577,43 +577,41 @@ void VNAPortExtension::Clear()
     SetSettings(PortExtensionSettings());
 }
 
-void VNAPortExtension::Save(ApplicationSettings& s) const
+namespace
 {
-    s.BeginGroup(QStringLiteral("PortExtension"));
-    s.Save(QStringLiteral("Enabled"), enabled);
-    s.Save(QStringLiteral("VelocityFactor"), velocityFactor);
+// Calls fn(key, field) for every stored field; one list serves saving and loading.
+template <typename Settings, typename Fn>
+void ForEachKey(Settings& e, Fn fn)
+{
+    fn(QStringLiteral("Enabled"), e.enabled);
+    fn(QStringLiteral("VelocityFactor"), e.velocityFactor);
     for (int p = 0; p < 2; ++p)
     {
         const QString port = QString::number(p + 1);
-        s.Save(QStringLiteral("DelayPort") + port, delay[p]);
-        s.Save(QStringLiteral("IncludePort%1Point1").arg(port), use1[p]);
-        s.Save(QStringLiteral("FreqPort%1Point1").arg(port), freq1[p]);
-        s.Save(QStringLiteral("LossPort%1Point1").arg(port), loss1[p]);
-        s.Save(QStringLiteral("IncludePort%1Point2").arg(port), use2[p]);
-        s.Save(QStringLiteral("FreqPort%1Point2").arg(port), freq2[p]);
-        s.Save(QStringLiteral("LossPort%1Point2").arg(port), loss2[p]);
+        fn(QStringLiteral("DelayPort") + port, e.delay[p]);
+        fn(QStringLiteral("IncludePort%1Point1").arg(port), e.use1[p]);
+        fn(QStringLiteral("FreqPort%1Point1").arg(port), e.freq1[p]);
+        fn(QStringLiteral("LossPort%1Point1").arg(port), e.loss1[p]);
+        fn(QStringLiteral("IncludePort%1Point2").arg(port), e.use2[p]);
+        fn(QStringLiteral("FreqPort%1Point2").arg(port), e.freq2[p]);
+        fn(QStringLiteral("LossPort%1Point2").arg(port), e.loss2[p]);
     }
-    s.Save(QStringLiteral("LossDC"), lossDC);
+    fn(QStringLiteral("LossDC"), e.lossDC);
+}
+}  // namespace
+
+void VNAPortExtension::Save(ApplicationSettings& s) const
+{
+    s.BeginGroup(QStringLiteral("PortExtension"));
+    ForEachKey(Settings(), [&s](const QString& key, const auto& v) { s.Save(key, v); });
     s.EndGroup();
 }
 
 void VNAPortExtension::Load(ApplicationSettings& s)
 {
     s.BeginGroup(QStringLiteral("PortExtension"));
-    s.Load(QStringLiteral("Enabled"), enabled);
-    s.Load(QStringLiteral("VelocityFactor"), velocityFactor);
-    for (int p = 0; p < 2; ++p)
-    {
-        const QString port = QString::number(p + 1);
-        s.Load(QStringLiteral("DelayPort") + port, delay[p]);
-        s.Load(QStringLiteral("IncludePort%1Point1").arg(port), use1[p]);
-        s.Load(QStringLiteral("FreqPort%1Point1").arg(port), freq1[p]);
-        s.Load(QStringLiteral("LossPort%1Point1").arg(port), loss1[p]);
-        s.Load(QStringLiteral("IncludePort%1Point2").arg(port), use2[p]);
-        s.Load(QStringLiteral("FreqPort%1Point2").arg(port), freq2[p]);
-        s.Load(QStringLiteral("LossPort%1Point2").arg(port), loss2[p]);
-    }
-    s.Load(QStringLiteral("LossDC"), lossDC);
+    ForEachKey(static_cast<PortExtensionSettings&>(*this),
+               [&s](const QString& key, auto& v) { s.Load(key, v); });
     s.EndGroup();
 }
 

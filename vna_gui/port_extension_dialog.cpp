@@ -179,65 +179,20 @@ void VNAPortExtensionDialog::updateControls()
     velocity->SetValue(work.velocityFactor);
 }
 
-void VNAPortExtensionDialog::DelayChanged(int port, double seconds)
-{
-    work.delay[port] = seconds;
-    updateControls();
-}
-
 void VNAPortExtensionDialog::LengthChanged(int port, double meters)
 {
-    work.delay[port] = meters / (kSpeedOfLight * work.velocityFactor);
-    updateControls();
-}
-
-void VNAPortExtensionDialog::Use1Changed(int port, bool on)
-{
-    work.use1[port] = on;
-    updateControls();
-}
-
-void VNAPortExtensionDialog::Use2Changed(int port, bool on)
-{
-    work.use2[port] = on;
-    updateControls();
-}
-
-void VNAPortExtensionDialog::Freq1Changed(int port, double hz)
-{
-    work.freq1[port] = hz;
-    updateControls();
-}
-
-void VNAPortExtensionDialog::Freq2Changed(int port, double hz)
-{
-    work.freq2[port] = hz;
-    updateControls();
-}
-
-void VNAPortExtensionDialog::Loss1Changed(int port, double db)
-{
-    work.loss1[port] = db;
-    updateControls();
-}
-
-void VNAPortExtensionDialog::Loss2Changed(int port, double db)
-{
-    work.loss2[port] = db;
-    updateControls();
+    Set(work.delay[port], meters / (kSpeedOfLight * work.velocityFactor));
 }
 
 void VNAPortExtensionDialog::vfChanged(double factor)
 {
     // The delay is the quantity; the length is its view through the velocity factor.
-    work.velocityFactor = factor;
-    updateControls();
+    Set(work.velocityFactor, factor);
 }
 
 void VNAPortExtensionDialog::dcChanged(double db)
 {
-    work.lossDC = db;
-    updateControls();
+    Set(work.lossDC, db);
 }
 
 void VNAPortExtensionDialog::clearPressed()

@@ -33,22 +33,22 @@ public slots:
     void reject() override;
 
 private slots:
-    void p1DelayChanged(double seconds) { DelayChanged(0, seconds); }
-    void p2DelayChanged(double seconds) { DelayChanged(1, seconds); }
+    void p1DelayChanged(double seconds) { Set(work.delay[0], seconds); }
+    void p2DelayChanged(double seconds) { Set(work.delay[1], seconds); }
     void p1LengthChanged(double meters) { LengthChanged(0, meters); }
     void p2LengthChanged(double meters) { LengthChanged(1, meters); }
-    void p1Use1Changed(bool on) { Use1Changed(0, on); }
-    void p1Use2Changed(bool on) { Use2Changed(0, on); }
-    void p2Use1Changed(bool on) { Use1Changed(1, on); }
-    void p2Use2Changed(bool on) { Use2Changed(1, on); }
-    void p1Freq1Changed(double hz) { Freq1Changed(0, hz); }
-    void p1Freq2Changed(double hz) { Freq2Changed(0, hz); }
-    void p2Freq1Changed(double hz) { Freq1Changed(1, hz); }
-    void p2Freq2Changed(double hz) { Freq2Changed(1, hz); }
-    void p1Loss1Changed(double db) { Loss1Changed(0, db); }
-    void p1Loss2Changed(double db) { Loss2Changed(0, db); }
-    void p2Loss1Changed(double db) { Loss1Changed(1, db); }
-    void p2Loss2Changed(double db) { Loss2Changed(1, db); }
+    void p1Use1Changed(bool on) { Set(work.use1[0], on); }
+    void p1Use2Changed(bool on) { Set(work.use2[0], on); }
+    void p2Use1Changed(bool on) { Set(work.use1[1], on); }
+    void p2Use2Changed(bool on) { Set(work.use2[1], on); }
+    void p1Freq1Changed(double hz) { Set(work.freq1[0], hz); }
+    void p1Freq2Changed(double hz) { Set(work.freq2[0], hz); }
+    void p2Freq1Changed(double hz) { Set(work.freq1[1], hz); }
+    void p2Freq2Changed(double hz) { Set(work.freq2[1], hz); }
+    void p1Loss1Changed(double db) { Set(work.loss1[0], db); }
+    void p1Loss2Changed(double db) { Set(work.loss2[0], db); }
+    void p2Loss1Changed(double db) { Set(work.loss1[1], db); }
+    void p2Loss2Changed(double db) { Set(work.loss2[1], db); }
     void vfChanged(double factor);
     void dcChanged(double db);
     void clearPressed();
@@ -77,14 +77,14 @@ private:
     QWidget* BuildPort(int port);
     QWidget* BuildAuto();
     void ConnectPort(int port);
-    void DelayChanged(int port, double seconds);
+    // Every edit lands in the dialog's copy and the controls show it back.
+    template <typename T>
+    void Set(T& field, T value)
+    {
+        field = value;
+        updateControls();
+    }
     void LengthChanged(int port, double meters);
-    void Use1Changed(int port, bool on);
-    void Use2Changed(int port, bool on);
-    void Freq1Changed(int port, double hz);
-    void Freq2Changed(int port, double hz);
-    void Loss1Changed(int port, double db);
-    void Loss2Changed(int port, double db);
     void TakeMeasurement();
     // Ends a measurement, whether it delivered or not, and shows why.
     void FinishMeasurement(const QString& text);
