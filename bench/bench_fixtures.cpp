@@ -71,8 +71,9 @@ void BM_PortExtensionDeembed(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-// CalcTraces with one LogMag trace, the port extension and both fixtures enabled.
-void BM_CalcTracesWithFixtures(benchmark::State& state)
+// CalcTraces with one LogMag trace, with the port extension and both fixtures enabled or, for
+// comparison, without them.
+void CalcTraces(benchmark::State& state, bool fixtures)
 {
     VNAModel model;
     VNAChannel& ch = *model.channels[0];
@@ -83,7 +84,10 @@ void BM_CalcTracesWithFixtures(benchmark::State& state)
     ch.MeasAvg.S21 = data.S21;
     ch.MeasAvg.S12 = data.S12;
     ch.MeasAvg.S22 = data.S22;
-    Configure(ch.portExtension, ch.deembedding);
+    if (fixtures)
+    {
+        Configure(ch.portExtension, ch.deembedding);
+    }
     {
         QMutexLocker lock(&model.traceLock);
         int index = 0;
@@ -97,10 +101,20 @@ void BM_CalcTracesWithFixtures(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
+
+void BM_CalcTracesWithFixtures(benchmark::State& state)
+{
+    CalcTraces(state, true);
+}
+void BM_CalcTracesWithoutFixtures(benchmark::State& state)
+{
+    CalcTraces(state, false);
+}
 }  // namespace
 
 BENCHMARK(BM_PortExtensionDeembed)->Arg(1601)->Arg(64001)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_CalcTracesWithFixtures)->Arg(1601)->Arg(64001)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_CalcTracesWithoutFixtures)->Arg(1601)->Arg(64001)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv)
 {
