@@ -252,6 +252,9 @@ void VNAChannel::Save(ApplicationSettings& s) const
     }
     MeasCal.Save(s, QStringLiteral("MeasCal"));
     s.Save(QStringLiteral("CalibrationLoaded"), calibration.CorrectionsLoaded());
+    portExtension.Save(s);
+    deembedding.Save(s, QStringLiteral("Deembedding"));
+    embedding.Save(s, QStringLiteral("Embedding"));
     s.Save(QStringLiteral("AvgCurrent"), int(avgCurrent));
     s.Save(QStringLiteral("VelocityFactor"), velocityFactor);
     s.EndGroup();
@@ -278,6 +281,9 @@ void VNAChannel::Load(ApplicationSettings& s)
         avgCurrent = current;
     }
     MeasCal.Load(s, QStringLiteral("MeasCal"));
+    portExtension.Load(s);
+    deembedding.Load(s, QStringLiteral("Deembedding"));
+    embedding.Load(s, QStringLiteral("Embedding"));
     s.Load(QStringLiteral("VelocityFactor"), velocityFactor);
     s.EndGroup();
 }

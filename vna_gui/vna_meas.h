@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <QVector>
+#include <atomic>
 #include <cstdint>
 
 #include "network_parameters.h"
@@ -69,6 +70,15 @@ public:
     void Save(ApplicationSettings& settings) const;
     void Load(ApplicationSettings& settings);
 
+    VNADeembed& Fixture(FixtureKind kind)
+    {
+        return kind == FixtureKind::Embedding ? embedding : deembedding;
+    }
+    const VNADeembed& Fixture(FixtureKind kind) const
+    {
+        return kind == FixtureKind::Embedding ? embedding : deembedding;
+    }
+
     const int index;
     bool enabled = false;
     VNASweepMode sweepMode;
@@ -95,6 +105,10 @@ public:
     VNADeembed deembedding;
     VNADeembed embedding;
     double velocityFactor = 1.0;
+    // Whole sweeps the loop has finished on this channel: a dialog waits on it for fresh data.
+    std::atomic<uint64_t> sweepsDone{0};
+    // Set while a dialog needs both directions swept whatever the traces ask for.
+    std::atomic<bool> measureBothPorts{false};
 
 private:
     // Parts of PerformAveraging, under measLock: the update's new points into MeasLatest, and

@@ -196,6 +196,10 @@ void VNAModel::channelPortsEnabled(int channel, bool& fwd, bool& rev)
     {
         fwd = true;
     }
+    if (channels[channel]->measureBothPorts.load())
+    {
+        fwd = rev = true;
+    }
     const VNACalibration& cal = channels[channel]->calibration;
     if (cal.CorrectionsLoaded() && Is2PortCal(cal.GetCalType()))
     {
@@ -444,13 +448,17 @@ bool VNAModel::SweepChannel(VNAChannel& ch, int& lastChannel, bool& lastFwd, boo
     ++sweepsStarted;
     if (sweepTime > kBlockingSweepTime)
     {
-        ProgressiveSweep(ch, update, fwd, rev);
+        if (ProgressiveSweep(ch, update, fwd, rev))
+        {
+            ++ch.sweepsDone;
+        }
     }
     else
     {
         device.GetSweep(ch.MeasRaw);
         ch.PerformAveraging(ch.MeasRaw);
         CalcTraces(ch.index);
+        ++ch.sweepsDone;
         emit updatePlotsSignal();
     }
 
@@ -474,7 +482,7 @@ bool VNAModel::SweepChannel(VNAChannel& ch, int& lastChannel, bool& lastFwd, boo
     return true;
 }
 
-void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd, bool rev)
+bool VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd, bool rev)
 {
     const int n = ch.stimulus.points;
     device.StartSweep(ch.MeasRaw);
@@ -513,7 +521,7 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
         if (update.positionEnd == n)
         {
             device.FinishSweep();
-            return;
+            return true;
         }
     }
     device.AbortSweep();
@@ -521,6 +529,7 @@ void VNAModel::ProgressiveSweep(VNAChannel& ch, SParametersRaw& update, bool fwd
     QMutexLocker lock(&ch.measLock);
     ch.MeasAvg.ClearPositionOnly();
     ch.avgPosition = 0;  // the next sweep starts at point 0
+    return false;
 }
 
 void VNAModel::PrepareChannelData(VNAChannel& ch)
@@ -531,17 +540,22 @@ void VNAModel::PrepareChannelData(VNAChannel& ch)
         ch.MeasCal = ch.ApplyCorrections(ch.MeasAvg);
     }
     ch.processed = ch.MeasCal;
-    if (ch.portExtension.Enabled())
+    // The port extension is a matched line at each port, so the first enabled fixture object
+    // takes it into its cascade and the data are gone through once.
+    const PortExtensionSettings* extension =
+        ch.portExtension.Enabled() ? &ch.portExtension.Settings() : nullptr;
+    if (extension && !ch.deembedding.Enabled() && !ch.embedding.Enabled())
     {
         ch.portExtension.ApplyPortExtension(ch.processed, ch.stimulus);
     }
     if (ch.deembedding.Enabled())
     {
-        ch.deembedding.Deembed(ch.processed, ch.stimulus);
+        ch.deembedding.Deembed(ch.stimulus, ch.processed, extension);
+        extension = nullptr;
     }
     if (ch.embedding.Enabled())
     {
-        ch.embedding.Embed(ch.processed, ch.stimulus);
+        ch.embedding.Embed(ch.stimulus, ch.processed, extension);
     }
 }
 

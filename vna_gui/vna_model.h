@@ -154,6 +154,26 @@ public:
     MarkerCouplingMethod GetMarkerCoupling() const;
     // Carries the marker's position to the same marker of the traces the coupling reaches.
     void markerCouple(int channel, int trace, int marker);
+    // --- fixtures and port extension --------------------------------------------------------
+    // Bodies of the window's slots and the remote commands. Each changes what the chain reads
+    // under traceLock and leaves the recalculation (CalcTraces) to the caller. Ports are 0 or 1;
+    // an invalid channel or port changes nothing and reads as false or empty.
+    // Reads a Touchstone file into the port's fixture. On failure the present fixture stays and
+    // error says why.
+    bool LoadFixturePort(int channel, FixtureKind kind, int port, const QString& path,
+                         QString& error);
+    void ClearFixturePort(int channel, FixtureKind kind, int port);
+    void SetFixtureEnabled(int channel, FixtureKind kind, bool enabled);
+    bool FixtureEnabled(int channel, FixtureKind kind) const;
+    bool FixturePortLoaded(int channel, FixtureKind kind, int port) const;
+    QString FixturePortFileName(int channel, FixtureKind kind, int port) const;
+    // Notes on the object's fixtures that do not fit the channel's sweep, one per line; empty
+    // when they fit.
+    QString FixtureWarning(int channel, FixtureKind kind) const;
+    void SetPortExtensionEnabled(int channel, bool enabled);
+    // All settings, the enabled flag included.
+    void SetPortExtension(int channel, const PortExtensionSettings& settings);
+    PortExtensionSettings GetPortExtension(int channel) const;
 
     // Diagnostics of the loop for tests and the status bar.
     uint64_t SweepsStarted() const { return sweepsStarted.load(); }
@@ -205,7 +225,8 @@ private:
     void ReconfigureChannel(VNAChannel& channel);
     // One channel's turn; returns false when the channel was skipped.
     bool SweepChannel(VNAChannel& channel, int& lastChannel, bool& lastFwd, bool& lastRev);
-    void ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
+    // False when the sweep was abandoned before its end.
+    bool ProgressiveSweep(VNAChannel& channel, SParametersRaw& update, bool fwd, bool rev);
     // One display cycle's sleep, cut short by a stop or a reconfiguration request.
     void WaitCycle();
     // Ends the loop's waits, its own and the device's, so that it sees a request at once.
