@@ -8,6 +8,7 @@
 #include <QVector>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <thread>
 
 #include "vna_device.h"
@@ -53,6 +54,13 @@ public:
     void traceDefaultScaleAll();
     // Copies the active trace's scale to the traces of its format that the coupling reaches.
     void traceScaleCouplingHelper();
+
+    // --- equations --------------------------------------------------------------------------
+    // The equation settings of one trace, for the Math panel and the equation editor. Each
+    // stores the value under traceLock, recalculates the trace's channel and asks the interface
+    // to refresh; false when there is no such trace.
+    bool SetTraceEquationEnabled(int trace, bool enabled);
+    bool SetTraceEquation(int trace, const QString& equation);
 
     // --- channels and traces ----------------------------------------------------------------
     VNAChannel* ActiveChannel() const { return channels.value(activeChannelIndex, nullptr); }
@@ -107,6 +115,8 @@ signals:
     void updateTransformAutoScaleSignal();
     void updateSweepProgressSignal(double percent);
     void updateSweepProgressBarVisibilitySignal(bool visible);
+    // A text for the status bar, such as why an equation failed in the last pass.
+    void statusMessageSignal(const QString& text);
 
 private:
     void MeasThread();
@@ -118,6 +128,8 @@ private:
     void PrepareChannelData(VNAChannel& channel);
     // Last step of the chain: tracked markers of the trace carry over to coupled traces.
     void CoupleTrackedMarkers(const VNATrace& trace, int traceIndex);
+    // Applies edit to the trace under traceLock, then recalculates and refreshes its channel.
+    bool EditTrace(int trace, const std::function<void(VNATrace&)>& edit);
 
     std::thread measThread;
     std::atomic<bool> measRunning{false};
