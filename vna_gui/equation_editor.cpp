@@ -82,6 +82,8 @@ EquationEditor::EquationEditor(VNAModel& model, int trace, QWidget* parent)
     equation = new KXComboBox(this);
     equation->setEditable(true);
     equation->setInsertPolicy(QComboBox::NoInsert);
+    // Typed text stays as typed: no completion from the stored equations.
+    equation->setCompleter(nullptr);
     equation->setMinimumWidth(320);
     enabled = new QCheckBox(tr("Enabled"), this);
     KeepFocusOff(enabled);

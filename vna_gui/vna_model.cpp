@@ -480,7 +480,7 @@ void VNAModel::CalcTraces(int channel)
             }
             const TraceCalcResult r = t->Calculate(ch, f0, df, this);
             controlsChanged |= r.mathReset;
-            if (!t->equationError.isEmpty())
+            if (t->equationEnabled && !t->equationError.isEmpty())
             {
                 status = t->equationError;
             }

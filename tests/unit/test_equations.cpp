@@ -790,6 +790,12 @@ void TestEquations::chainThroughModel()
     }
     QVERIFY(loaded.equationEnabled);
     QCOMPARE(loaded.equation, QStringLiteral("S21/S11"));
+
+    // A failing equation switched off is silent from then on.
+    QVERIFY(model.SetTraceEquationEnabled(3, false));
+    const int reported = status.count();
+    model.CalcTraces(0);
+    QCOMPARE(status.count(), reported);
 }
 
 void TestEquations::chainUnderConcurrentEdits()

@@ -52,7 +52,8 @@ void TestFuzzRegressions::replay_data()
     QTest::addColumn<QString>("folder");
     const QString findings = qEnvironmentVariable("VNA_TEST_DATA") + "/fuzz-regressions/";
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
-    for (const char* harness : {"touchstone", "scpi", "text_parsers", "calkit", "calibration"})
+    for (const char* harness :
+         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "equations"})
     {
         const QString name = QString::fromLatin1(harness);
         QTest::newRow(qPrintable("seeds " + name)) << name << seeds + name;
@@ -84,6 +85,8 @@ void TestFuzzRegressions::replay()
             consistent = fuzzinputs::CalKit(Bytes(b), size_t(b.size()));
         else if (harness == QLatin1String("calibration"))
             consistent = fuzzinputs::Calibration(Bytes(b), size_t(b.size()));
+        else if (harness == QLatin1String("equations"))
+            consistent = fuzzinputs::Equations(Bytes(b), size_t(b.size()));
         else
             consistent = fuzzinputs::TextParsers(Bytes(b), size_t(b.size()));
         QVERIFY2(consistent, qPrintable(input.first));
