@@ -431,11 +431,12 @@ bool Tree::Evaluate(CplxVector& out, const Context& context) const
     Workspace& w = ThreadWorkspace();
     CplxVector result = w.Take(n);
     const int levels = Height();
-    w.chunks.resize(size_t(levels) * kChunk);
+    // Level 0 writes straight into the result; the levels below into chunks of their own.
+    w.chunks.resize(size_t(levels - 1) * kChunk);
     std::vector<cplx*> buffers(static_cast<size_t>(levels));
     for (int k = 1; k < levels; ++k)
     {
-        buffers[size_t(k)] = w.chunks.data() + size_t(k) * kChunk;
+        buffers[size_t(k)] = w.chunks.data() + size_t(k - 1) * kChunk;
     }
     const Frame frame{buffers.data(), &context, false};
     cplx* dst = result.data();
