@@ -59,6 +59,24 @@ bool HasAvx()
     return avx;
 }
 
+// Four points of a complex vector: real parts in re, imaginary parts in im. Unpacked within each
+// half of the register, so the lanes hold points 0 2 1 3: alike for every operand, and undone
+// by StoreQuad.
+__attribute__((target("avx"))) void LoadQuad(const cplx* p, __m256d& re, __m256d& im)
+{
+    const double* d = reinterpret_cast<const double*>(p);
+    const __m256d p0 = _mm256_loadu_pd(d), p1 = _mm256_loadu_pd(d + 4);
+    re = _mm256_unpacklo_pd(p0, p1);
+    im = _mm256_unpackhi_pd(p0, p1);
+}
+
+__attribute__((target("avx"))) void StoreQuad(cplx* p, __m256d re, __m256d im)
+{
+    double* d = reinterpret_cast<double*>(p);
+    _mm256_storeu_pd(d, _mm256_unpacklo_pd(re, im));
+    _mm256_storeu_pd(d + 4, _mm256_unpackhi_pd(re, im));
+}
+
 // Zero, or a magnitude in [2^-300, 2^300]: the range in which every step of Smith's division
 // stays a normal number, so that the library's rescaling could change nothing.
 __attribute__((target("avx"))) __m256d Tame(__m256d v)
@@ -78,13 +96,9 @@ __attribute__((target("avx"))) int MulQuads(const cplx* a, const cplx* b, cplx* 
     int i = 0;
     for (; i + 4 <= n; i += 4)
     {
-        const double* pa = reinterpret_cast<const double*>(a + i);
-        const double* pb = reinterpret_cast<const double*>(b + i);
-        const __m256d a0 = _mm256_loadu_pd(pa), a1 = _mm256_loadu_pd(pa + 4);
-        const __m256d b0 = _mm256_loadu_pd(pb), b1 = _mm256_loadu_pd(pb + 4);
-        // Unpacked within each half: the lanes hold points 0 2 1 3, alike for every operand.
-        const __m256d xr = _mm256_unpacklo_pd(a0, a1), xi = _mm256_unpackhi_pd(a0, a1);
-        const __m256d yr = _mm256_unpacklo_pd(b0, b1), yi = _mm256_unpackhi_pd(b0, b1);
+        __m256d xr, xi, yr, yi;
+        LoadQuad(a + i, xr, xi);
+        LoadQuad(b + i, yr, yi);
         const __m256d re = _mm256_sub_pd(_mm256_mul_pd(xr, yr), _mm256_mul_pd(xi, yi));
         const __m256d im = _mm256_add_pd(_mm256_mul_pd(xr, yi), _mm256_mul_pd(xi, yr));
         const __m256d nan =
@@ -97,9 +111,7 @@ __attribute__((target("avx"))) int MulQuads(const cplx* a, const cplx* b, cplx* 
             }
             continue;
         }
-        double* pd = reinterpret_cast<double*>(dst + i);
-        _mm256_storeu_pd(pd, _mm256_unpacklo_pd(re, im));
-        _mm256_storeu_pd(pd + 4, _mm256_unpackhi_pd(re, im));
+        StoreQuad(dst + i, re, im);
     }
     return i;
 }
@@ -113,13 +125,9 @@ __attribute__((target("avx"))) int DivQuads(const cplx* a, const cplx* b, cplx* 
     int i = 0;
     for (; i + 4 <= n; i += 4)
     {
-        const double* pa = reinterpret_cast<const double*>(a + i);
-        const double* pb = reinterpret_cast<const double*>(b + i);
-        const __m256d a0 = _mm256_loadu_pd(pa), a1 = _mm256_loadu_pd(pa + 4);
-        const __m256d b0 = _mm256_loadu_pd(pb), b1 = _mm256_loadu_pd(pb + 4);
-        // Unpacked within each half: the lanes hold points 0 2 1 3, alike for every operand.
-        const __m256d xr = _mm256_unpacklo_pd(a0, a1), xi = _mm256_unpackhi_pd(a0, a1);
-        const __m256d yr = _mm256_unpacklo_pd(b0, b1), yi = _mm256_unpackhi_pd(b0, b1);
+        __m256d xr, xi, yr, yi;
+        LoadQuad(a + i, xr, xi);
+        LoadQuad(b + i, yr, yi);
         const __m256d sign = _mm256_set1_pd(-0.0);
         const __m256d ayr = _mm256_andnot_pd(sign, yr), ayi = _mm256_andnot_pd(sign, yi);
         const __m256d nonzero =
@@ -149,10 +157,7 @@ __attribute__((target("avx"))) int DivQuads(const cplx* a, const cplx* b, cplx* 
             _mm256_blendv_pd(_mm256_add_pd(br, xr), _mm256_add_pd(ar, xi), imagBigger);
         const __m256d im =
             _mm256_blendv_pd(_mm256_sub_pd(xi, ar), _mm256_sub_pd(br, xr), imagBigger);
-        const __m256d qr = _mm256_div_pd(re, denom), qi = _mm256_div_pd(im, denom);
-        double* pd = reinterpret_cast<double*>(dst + i);
-        _mm256_storeu_pd(pd, _mm256_unpacklo_pd(qr, qi));
-        _mm256_storeu_pd(pd + 4, _mm256_unpackhi_pd(qr, qi));
+        StoreQuad(dst + i, _mm256_div_pd(re, denom), _mm256_div_pd(im, denom));
     }
     return i;
 }

@@ -1,10 +1,8 @@
 // Equations in the running measurement loop over the simulated instrument: the chain evaluates
 // them on the measurement thread, reading traces of two channels, while the interface edits them.
 #include <QMutexLocker>
-#include <QThread>
 #include <QtTest>
 #include <complex>
-#include <functional>
 
 #include "test_fixtures.h"
 #include "vna_lib.h"
@@ -15,27 +13,13 @@ using cplx = std::complex<double>;
 
 namespace
 {
-bool WaitFor(const std::function<bool()>& done)
+VNATrace* AddEquationTrace(VNAModel& model, int channel, VNATraceFormat format,
+                           const QString& equation)
 {
-    for (int i = 0; i < 3000 && !done(); ++i)
-    {
-        QThread::msleep(5);
-    }
-    return done();
-}
-
-VNATrace* AddTrace(VNAModel& model, int channel, VNATraceMeas meas, VNATraceFormat format,
-                   const QString& equation = QString())
-{
+    VNATrace* t = testfx::AddTrace(model, channel, S11, format);
     QMutexLocker lock(&model.traceLock);
-    int index = 0;
-    VNATrace* t = model.InternalCreateTrace(index);
-    t->SetChannel(channel);
-    t->SetMeas(meas);
-    t->SetFormat(format);
     t->equation = equation;
-    t->equationEnabled = !equation.isEmpty();
-    model.mapper.SetPos(channel, model.mapper.GetNextAvailablePos(channel), index);
+    t->equationEnabled = true;
     return t;
 }
 }  // namespace
@@ -68,17 +52,17 @@ private slots:
             ch.stimulus = testfx::Stimulus(1e9, 9e9, 201);
             ch.stimulus.ifbw = 100000;
         }
-        AddTrace(model, 0, S21, LogMag);
-        AddTrace(model, 0, S11, LogMag);
-        VNATrace* re = AddTrace(model, 0, S11, Real, "Tr1/Tr2");
-        VNATrace* im = AddTrace(model, 0, S11, Imag, "Tr1/Tr2");
-        AddTrace(model, 1, S22, LogMag);
-        VNATrace* other = AddTrace(model, 0, S11, Real, "Tr5*2");
+        testfx::AddTrace(model, 0, S21, LogMag);
+        testfx::AddTrace(model, 0, S11, LogMag);
+        VNATrace* re = AddEquationTrace(model, 0, Real, "Tr1/Tr2");
+        VNATrace* im = AddEquationTrace(model, 0, Imag, "Tr1/Tr2");
+        testfx::AddTrace(model, 1, S22, LogMag);
+        VNATrace* other = AddEquationTrace(model, 0, Real, "Tr5*2");
 
         // The interface edits an equation at every look while the loop sweeps both channels.
         model.MeasStart();
         int edits = 0;
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 model.SetTraceEquation(2, ++edits % 2 ? "Tr2*Tr1" : "Tr1/Tr2");

@@ -193,15 +193,6 @@ QString WriteDut(const QTemporaryDir& dir)
     }
     return testfx::WriteFile(dir, QStringLiteral("dut.s2p"), text);
 }
-
-bool WaitFor(const std::function<bool()>& done)
-{
-    for (int i = 0; i < 3000 && !done(); ++i)
-    {
-        QThread::msleep(5);
-    }
-    return done();
-}
 }  // namespace
 
 class TestSimulator : public QObject
@@ -573,7 +564,7 @@ private slots:
         dev.StartSweep(r);
         int fwdPts = 0, revPts = 0;
         double percent = 0;
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 dev.GetSweepUpdate(fwdPts, revPts, percent);
@@ -617,7 +608,7 @@ private slots:
         }
         vnaSimClearCallLog();
         model.MeasStart();
-        QVERIFY(WaitFor([&] { return model.SweepsStarted() >= 6; }));
+        QVERIFY(testfx::WaitFor([&] { return model.SweepsStarted() >= 6; }));
         model.MeasStop();
 
         // Each channel was configured with its own stimulus and ports.

@@ -390,12 +390,8 @@ void FillChannel(VNAChannel& ch, double start, double stop, int n)
 VNATrace* AddTrace(VNAModel& model, int channel, VNATraceMeas meas, VNATraceFormat format,
                    const QString& equation = QString())
 {
+    VNATrace* t = testfx::AddTrace(model, channel, meas, format);
     QMutexLocker lock(&model.traceLock);
-    int index = 0;
-    VNATrace* t = model.InternalCreateTrace(index);
-    t->SetChannel(channel);
-    t->SetMeas(meas);
-    t->SetFormat(format);
     t->equation = equation;
     t->equationEnabled = !equation.isEmpty();
     return t;
