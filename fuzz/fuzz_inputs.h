@@ -7,6 +7,7 @@
 #include <QBuffer>
 #include <QByteArray>
 #include <QFile>
+#include <QMutexLocker>
 #include <QString>
 #include <QTemporaryDir>
 #include <QVector>
@@ -15,10 +16,12 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <vector>
 
 #include "application_settings.h"
+#include "equation_tools.h"
 #include "error_log.h"
 #include "frequency.h"
 #include "kx_csv.h"
@@ -29,6 +32,7 @@
 #include "vna_calkit.h"
 #include "vna_limits.h"
 #include "vna_stimulus.h"
+#include "vna_model.h"
 
 namespace fuzzinputs
 {
@@ -421,5 +425,69 @@ inline bool LimitTables(const uint8_t* data, size_t size)
     const QString path = WriteInput(data, size, QStringLiteral("input.csv"));
     const QByteArray bytes(reinterpret_cast<const char*>(data), int(size));
     return CsvCellsRoundTrip(bytes) && LimitTableLoads(path) && RippleTableLoads(path);
+}
+
+// Equation text: parsed and evaluated, twice, over traces of two channels of 300 and 7 points,
+// with memories, an empty slot and a trace on a channel that does not exist. 300 points take
+// the chunked evaluation across a partial chunk.
+inline bool Equations(const uint8_t* data, size_t size)
+{
+    static VNAModel* model = nullptr;
+    if (!model)
+    {
+        model = new VNAModel;
+        const int points[] = {300, 7};
+        for (int c = 0; c < 2; ++c)
+        {
+            SParameters& p = model->channels[c]->processed;
+            p.Resize(points[c]);
+            for (int k = 0; k < 4; ++k)
+            {
+                CplxVector& v = p.GetSParam(VNATraceMeas(k));
+                for (int i = 0; i < v.size(); ++i)
+                {
+                    // A zero here and there, so that divisions fail as well as pass.
+                    v[i] = i % 97 == k ? 0.0 : std::complex<double>(0.5 + 0.01 * i, k - 1.5);
+                }
+            }
+        }
+        const int channels[] = {0, 1, -1, 9};
+        for (int t = 0; t < 4; ++t)
+        {
+            int index = 0;
+            VNATrace* trace = model->InternalCreateTrace(index);
+            trace->SetChannel(channels[t]);
+            trace->SetMeas(VNATraceMeas(t));
+            trace->mem = model->channels[t % 2]->processed;
+        }
+        delete model->traces[2];
+        model->traces[2] = nullptr;
+    }
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    const QString equation = QString::fromStdString(text);
+    QString parseError;
+    const bool clean = EquationTools::CheckEquation(equation, parseError);
+    EquationTools::Parser parser;
+    const bool parsed = parser.Parse(equation.toStdString()) != nullptr;
+    bool consistent = parser.Error() == parseError && (parsed || !clean);
+    // The parser takes bytes: the raw input too, not only its UTF-8 reading.
+    EquationTools::Parser raw;
+    raw.Parse(text);
+    QMutexLocker lock(&model->traceLock);
+    for (int n : {300, 7})
+    {
+        CplxVector first(n, 1.0), second(n, 1.0);
+        QString m1, m2;
+        const bool ok1 = EquationTools::EvaluateEquation(equation, first, model, &m1);
+        const bool ok2 = EquationTools::EvaluateEquation(equation, second, model, &m2);
+        // Without a tree there is nothing to evaluate and nothing to report; a failed
+        // evaluation says why; the same input gives the same outcome, bit for bit.
+        consistent = consistent && (parsed || (!ok1 && m1.isEmpty()));
+        consistent = consistent && (ok1 || !parsed || m1.startsWith(QLatin1String("Eqn Error: ")));
+        consistent = consistent && ok1 == ok2 && m1 == m2 && first.size() == n &&
+                     second.size() == n &&
+                     std::memcmp(first.constData(), second.constData(), sizeof(first[0]) * n) == 0;
+    }
+    return consistent;
 }
 }  // namespace fuzzinputs

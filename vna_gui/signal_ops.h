@@ -16,6 +16,9 @@ void Conj(const cplx* src, cplx* dst, int n);
 void Mul(const cplx* a, const cplx* b, cplx* dst, int n);
 // dst = b / a, as the library convention divides the second operand by the first.
 void Div(const cplx* a, const cplx* b, cplx* dst, int n);
+// dst = a / b up to the first b that is exactly zero, whose index is returned (-1 if none);
+// points from there on are left alone. Bit for bit the library's complex division.
+int DivUntilZero(const cplx* a, const cplx* b, cplx* dst, int n);
 double Sum(const double* src, int n);
 void MulC(const double* src, double c, double* dst, int n);
 void MinMax(const double* src, int n, double& min, double& max);

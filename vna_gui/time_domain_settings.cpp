@@ -57,7 +57,7 @@ namespace
 {
 // Applies edit to trace under the trace lock if the trace is in the model's list.
 template <typename Edit>
-bool EditTrace(VNAModel& model, VNATrace* trace, Edit edit)
+bool EditTraceSettings(VNAModel& model, VNATrace* trace, Edit edit)
 {
     QMutexLocker lock(&model.traceLock);
     if (!trace || !model.traces.contains(trace))
@@ -72,7 +72,7 @@ bool EditTrace(VNAModel& model, VNATrace* trace, Edit edit)
 template <typename Edit>
 void EditGate(VNAModel& model, VNATrace* trace, Edit edit)
 {
-    EditTrace(model, trace,
+    EditTraceSettings(model, trace,
               [&](VNATrace& t)
               {
                   edit(t);
@@ -83,13 +83,13 @@ void EditGate(VNAModel& model, VNATrace* trace, Edit edit)
 
 void VNAModel::transformEnabled(VNATrace* trace, bool enabled)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transformEnabled = enabled; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transformEnabled = enabled; });
 }
 
 bool VNAModel::transformTypeChanged(VNATrace* trace, VNATransformType type)
 {
     bool allowed = true;
-    EditTrace(*this, trace,
+    EditTraceSettings(*this, trace,
               [&](VNATrace& t)
               {
                   allowed = IsValidChannelIndex(t.channel)
@@ -101,52 +101,52 @@ bool VNAModel::transformTypeChanged(VNATrace* trace, VNATransformType type)
 
 void VNAModel::transformWindowChanged(VNATrace* trace, VNATransformWindow window)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transform.window = window; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transform.window = window; });
 }
 
 void VNAModel::transformWindowBetaChanged(VNATrace* trace, double beta)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transform.beta = beta; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transform.beta = beta; });
 }
 
 void VNAModel::transformMarkerModeChanged(VNATrace* trace, VNATransformMarkerMode mode)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transform.markerMode = mode; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transform.markerMode = mode; });
 }
 
 void VNAModel::transformUnitsChanged(VNATrace* trace, VNATransformUnits units)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transform.units = units; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transform.units = units; });
 }
 
 void VNAModel::transformVFChanged(VNATrace* trace, double velocityFactor)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transform.velocityFactor = velocityFactor; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transform.velocityFactor = velocityFactor; });
 }
 
 void VNAModel::transformAutoScaleChanged(VNATrace* trace, bool enabled)
 {
-    EditTrace(*this, trace, [&](VNATrace& t) { t.transform.autoScale = enabled; });
+    EditTraceSettings(*this, trace, [&](VNATrace& t) { t.transform.autoScale = enabled; });
 }
 
 void VNAModel::transformStartChanged(VNATrace* trace, double t)
 {
-    EditTrace(*this, trace, [&](VNATrace& tr) { tr.transform.start = t; });
+    EditTraceSettings(*this, trace, [&](VNATrace& tr) { tr.transform.start = t; });
 }
 
 void VNAModel::transformStopChanged(VNATrace* trace, double t)
 {
-    EditTrace(*this, trace, [&](VNATrace& tr) { tr.transform.stop = t; });
+    EditTraceSettings(*this, trace, [&](VNATrace& tr) { tr.transform.stop = t; });
 }
 
 void VNAModel::transformCenterChanged(VNATrace* trace, double t)
 {
-    EditTrace(*this, trace, [&](VNATrace& tr) { tr.SetTransformCenter(t); });
+    EditTraceSettings(*this, trace, [&](VNATrace& tr) { tr.SetTransformCenter(t); });
 }
 
 void VNAModel::transformSpanChanged(VNATrace* trace, double t)
 {
-    EditTrace(*this, trace, [&](VNATrace& tr) { tr.SetTransformSpan(t); });
+    EditTraceSettings(*this, trace, [&](VNATrace& tr) { tr.SetTransformSpan(t); });
 }
 
 bool VNAModel::transformSetLPFreqs(const VNATrace* trace)
@@ -213,7 +213,7 @@ void VNAModel::gatingShapeChanged(VNATrace* trace, VNAGateShape shape)
 
 void VNAModel::gatingCoupledSettingsEnabled(VNATrace* trace, bool enabled)
 {
-    EditTrace(*this, trace,
+    EditTraceSettings(*this, trace,
               [&](VNATrace& t)
               {
                   if (IsValidChannelIndex(t.channel))

@@ -98,6 +98,8 @@ public:
     int32_t avgCurrent = 0;
     int32_t avgPosition = 0;
     SParameters MeasCal;
+    // Written by the chain under the model's traceLock (or with the loop stopped), so readers
+    // holding traceLock, equations among them, need no other lock.
     SParameters processed;
     VNACalibration calibration;
     VNACalibration factoryCalibration;

@@ -567,6 +567,7 @@ void VNAModel::CalcTraces(int channel)
     }
     bool controlsChanged = false;
     bool transformScaleChanged = false;
+    QString status;
     {
         QMutexLocker lock(&traceLock);
         VNAChannel& ch = *channels[channel];
@@ -588,6 +589,10 @@ void VNAModel::CalcTraces(int channel)
             }
             const TraceCalcResult r = t->Calculate(ch, f0, df, this);
             controlsChanged |= r.mathReset;
+            if (t->equationEnabled && !t->equationError.isEmpty())
+            {
+                status = t->equationError;
+            }
             transformScaleChanged |= r.transformScaleChanged && i == selectedTraceIndex;
             CoupleTrackedMarkers(*t, i);
         }
@@ -601,6 +606,10 @@ void VNAModel::CalcTraces(int channel)
     {
         emit updateTransformAutoScaleSignal();
     }
+    if (!status.isEmpty())
+    {
+        emit statusMessageSignal(status);
+    }
 }
 
 void VNAModel::CoupleTrackedMarkers(const VNATrace& trace, int traceIndex)
@@ -612,6 +621,35 @@ void VNAModel::CoupleTrackedMarkers(const VNATrace& trace, int traceIndex)
             MarkerCoupleLocked(trace.channel, traceIndex, m);
         }
     }
+}
+
+bool VNAModel::EditTrace(int trace, const std::function<void(VNATrace&)>& edit)
+{
+    int channel = -1;
+    {
+        QMutexLocker lock(&traceLock);
+        VNATrace* t = traces.value(trace, nullptr);
+        if (!t)
+        {
+            return false;
+        }
+        edit(*t);
+        channel = t->channel;
+    }
+    CalcTraces(channel);
+    emit updateControlsSignal();
+    emit updatePlotsSignal();
+    return true;
+}
+
+bool VNAModel::SetTraceEquationEnabled(int trace, bool enabled)
+{
+    return EditTrace(trace, [&](VNATrace& t) { t.equationEnabled = enabled; });
+}
+
+bool VNAModel::SetTraceEquation(int trace, const QString& equation)
+{
+    return EditTrace(trace, [&](VNATrace& t) { t.equation = equation; });
 }
 
 void VNAModel::traceStoreMem(VNATrace* trace)

@@ -93,6 +93,13 @@ public:
     void TimeGateCouplingApplyToTrace(VNATrace* trace);
     void TimeGateCouplingApplyToChannel(const VNATrace* trace);
 
+    // --- equations --------------------------------------------------------------------------
+    // The equation settings of one trace, for the Math panel and the equation editor. Each
+    // stores the value under traceLock, recalculates the trace's channel and asks the interface
+    // to refresh; false when there is no such trace.
+    bool SetTraceEquationEnabled(int trace, bool enabled);
+    bool SetTraceEquation(int trace, const QString& equation);
+
     // --- channels and traces ----------------------------------------------------------------
     VNAChannel* ActiveChannel() const { return channels.value(activeChannelIndex, nullptr); }
     bool IsValidChannelIndex(int index) const { return index >= 0 && index < channels.size(); }
@@ -218,6 +225,8 @@ signals:
     void updateTransformAutoScaleSignal();
     void updateSweepProgressSignal(double percent);
     void updateSweepProgressBarVisibilitySignal(bool visible);
+    // A text for the status bar, such as why an equation failed in the last pass.
+    void statusMessageSignal(const QString& text);
 
 private:
     void MeasThread();
@@ -248,6 +257,8 @@ private:
     // A search on the trace, then coupling of the marker, whether it moved or not.
     void MarkerSearch(int trace, int marker, const std::function<void(VNATrace&)>& search);
     void MarkerToExtreme(int trace, int marker, bool maximum);
+    // Applies edit to the trace under traceLock, then recalculates and refreshes its channel.
+    bool EditTrace(int trace, const std::function<void(VNATrace&)>& edit);
 
     std::thread measThread;
     std::atomic<bool> measRunning{false};

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "application_settings.h"
+#include "equation_tools.h"
 #include "error_log.h"
 #include "signal_ops.h"
 #include "time_domain.h"
@@ -995,9 +996,14 @@ TraceCalcResult VNATrace::Calculate(const VNAChannel& ch, double f0, double df,
     return result;
 }
 
-void VNATrace::ApplyEquation(const VNAModel*, CplxVector&)
+void VNATrace::ApplyEquation(const VNAModel* model, CplxVector& d)
 {
-    // Hook for the equation language: evaluates `equation` over d and sets equationValid.
+    // CalcTraces holds the model's trace lock, which guards every trace and the channels'
+    // processed data (written only inside CalcTraces or under that lock): the equation reads
+    // other traces and channels as they stand, and takes no lock itself. Another channel's data
+    // is from its last pass.
+    equationError.clear();
+    equationValid = EquationTools::EvaluateEquation(equation, d, model, &equationError);
 }
 
 void VNATrace::ApplyCalSetView(const VNAChannel&, CplxVector&)

@@ -399,6 +399,8 @@ public:
     bool equationEnabled = false;
     QString equation;
     bool equationValid = false;
+    // What the status bar shows for the last evaluation: "Eqn Error: " and the reason, or empty.
+    QString equationError;
     bool statsEnabled = false;
     bool statsAutoRange = true;
     double statsStart = 0.0;

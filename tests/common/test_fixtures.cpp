@@ -1,10 +1,14 @@
 #include "test_fixtures.h"
 
 #include <QFile>
+#include <QMutexLocker>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QThread>
 #include <cmath>
 #include <limits>
+
+#include "vna_model.h"
 
 namespace testfx
 {
@@ -75,5 +79,26 @@ double MaxDifference(const SParameters& a, const SParameters& b)
         }
     }
     return worst;
+}
+
+VNATrace* AddTrace(VNAModel& model, int channel, VNATraceMeas meas, VNATraceFormat format)
+{
+    QMutexLocker lock(&model.traceLock);
+    int index = 0;
+    VNATrace* t = model.InternalCreateTrace(index);
+    t->SetChannel(channel);
+    t->SetMeas(meas);
+    t->SetFormat(format);
+    model.mapper.SetPos(channel, model.mapper.GetNextAvailablePos(channel), index);
+    return t;
+}
+
+bool WaitFor(const std::function<bool()>& done)
+{
+    for (int i = 0; i < 3000 && !done(); ++i)
+    {
+        QThread::msleep(5);
+    }
+    return done();
 }
 }  // namespace testfx

@@ -5,9 +5,14 @@
 #include <QTemporaryDir>
 #include <QVector>
 #include <complex>
+#include <functional>
 
 #include "network_parameters.h"
+#include "trace_formats.h"
 #include "vna_stimulus.h"
+
+class VNAModel;
+class VNATrace;
 
 namespace testfx
 {
@@ -26,4 +31,11 @@ QString WriteFile(const QTemporaryDir& dir, const QString& name, const QByteArra
 
 // Largest element-wise |a - b| over all four parameters; infinity when sizes differ.
 double MaxDifference(const SParameters& a, const SParameters& b);
+
+// Creates a trace on the channel under the model's trace lock and gives it the channel's next
+// place in the mapper.
+VNATrace* AddTrace(VNAModel& model, int channel, VNATraceMeas meas, VNATraceFormat format);
+
+// Asks done every 5 ms for up to 15 s, and returns its last answer.
+bool WaitFor(const std::function<bool()>& done);
 }  // namespace testfx

@@ -195,15 +195,6 @@ QString WriteDut(const QTemporaryDir& dir)
     }
     return testfx::WriteFile(dir, QStringLiteral("dut.s2p"), text);
 }
-
-bool WaitFor(const std::function<bool()>& done)
-{
-    for (int i = 0; i < 3000 && !done(); ++i)
-    {
-        QThread::msleep(5);
-    }
-    return done();
-}
 }  // namespace
 
 class TestSimulator : public QObject
@@ -534,7 +525,7 @@ private slots:
         r.Resize(s.points);
         dev.StartSweep(r);
         int lastFwd = 0, lastRev = 0;
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 int fwdPts = 0, revPts = 0;
@@ -570,7 +561,7 @@ private slots:
         dev.StartSweep(r);
         int fwdPts = 0, revPts = 0;
         double percent = 0;
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 dev.GetSweepUpdate(fwdPts, revPts, percent);
@@ -614,7 +605,7 @@ private slots:
                 dev.GetSweep(whole);
                 done = true;
             });
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 lib.vnaAbortSweep(dev.Handle());
@@ -659,7 +650,7 @@ private slots:
         }
         vnaSimClearCallLog();
         model.MeasStart();
-        QVERIFY(WaitFor([&] { return model.SweepsStarted() >= 6; }));
+        QVERIFY(testfx::WaitFor([&] { return model.SweepsStarted() >= 6; }));
         model.MeasStop();
 
         // Each channel was configured with its own stimulus and ports.
@@ -711,7 +702,7 @@ private slots:
             },
             Qt::DirectConnection);
         model.MeasStart();
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 QMutexLocker lock(&seenLock);
@@ -778,7 +769,7 @@ private slots:
             },
             Qt::DirectConnection);
         model.MeasStart();
-        QVERIFY(WaitFor(
+        QVERIFY(testfx::WaitFor(
             [&]
             {
                 QMutexLocker lock(&ch.measLock);

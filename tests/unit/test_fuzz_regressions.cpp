@@ -56,7 +56,7 @@ void TestFuzzRegressions::replay_data()
     QVERIFY2(QDir(findings).exists(), qPrintable(findings));
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
     for (const char* harness :
-         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits"})
+         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits", "equations"})
     {
         const QString name = QString::fromLatin1(harness);
         QTest::newRow(qPrintable("seeds " + name)) << name << seeds + name;
@@ -90,6 +90,8 @@ void TestFuzzRegressions::replay()
             consistent = fuzzinputs::Calibration(Bytes(b), size_t(b.size()));
         else if (harness == QLatin1String("limits"))
             consistent = fuzzinputs::LimitTables(Bytes(b), size_t(b.size()));
+        else if (harness == QLatin1String("equations"))
+            consistent = fuzzinputs::Equations(Bytes(b), size_t(b.size()));
         else
             consistent = fuzzinputs::TextParsers(Bytes(b), size_t(b.size()));
         QVERIFY2(consistent, qPrintable(input.first));

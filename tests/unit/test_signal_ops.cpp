@@ -1,6 +1,7 @@
 #include <QtTest>
 #include <cmath>
 #include <complex>
+#include <cstring>
 #include <random>
 #include <thread>
 #include <vector>
@@ -16,6 +17,7 @@ private slots:
     void dftMatchesDefinition();
     void dftFromSeveralThreads();
     void vectorKernels();
+    void productAndQuotientAsTheLibrary();
 };
 
 // The transform written out from its definition, for comparison.
@@ -132,6 +134,90 @@ void TestSignalOps::vectorKernels()
     sig::Convert(d, f, 2);
     QCOMPARE(f[0], 0.0f);
     QCOMPARE(f[1], 0.1f);
+}
+
+namespace
+{
+// Same bits, or NaN where the library gives NaN (its payload and sign are not a result).
+bool SameBits(double x, double y)
+{
+    if (std::isnan(x) || std::isnan(y))
+    {
+        return std::isnan(x) && std::isnan(y);
+    }
+    return std::memcmp(&x, &y, sizeof x) == 0;
+}
+
+// Parts across the whole range of doubles, with zeros of both signs, infinities, NaN and
+// subnormals among them.
+double WildPart(std::mt19937_64& rng)
+{
+    const double special[] = {0.0,    -0.0,      INFINITY, -INFINITY, NAN,
+                              5e-324, -2.2e-308, 0x1p-300, 0x1p300,   0x1.fffffffffffffp-301,
+                              0x1p301};
+    switch (rng() % 4)
+    {
+        case 0:
+            return special[rng() % 11];
+        case 1:
+            return std::ldexp(std::uniform_real_distribution<double>(-1, 1)(rng),
+                              int(rng() % 2100) - 1075);
+        default:
+            return std::uniform_real_distribution<double>(-4, 4)(rng);
+    }
+}
+}  // namespace
+
+void TestSignalOps::productAndQuotientAsTheLibrary()
+{
+    // The vector kernels must give what the complex operators give, bit for bit, so that an
+    // expression evaluates the same in a kernel or point by point.
+    std::mt19937_64 rng(99);
+    for (int round = 0; round < 200; ++round)
+    {
+        const int n = 1 + int(rng() % 301);
+        std::vector<cplx> a(static_cast<size_t>(n)), b(a), out(a);
+        for (int i = 0; i < n; ++i)
+        {
+            a[size_t(i)] = {WildPart(rng), WildPart(rng)};
+            do
+            {
+                b[size_t(i)] = {WildPart(rng), WildPart(rng)};
+            } while (b[size_t(i)] == cplx(0.0, 0.0));
+        }
+        sig::Mul(a.data(), b.data(), out.data(), n);
+        for (int i = 0; i < n; ++i)
+        {
+            const cplx want = a[size_t(i)] * b[size_t(i)];
+            QVERIFY(SameBits(out[size_t(i)].real(), want.real()));
+            QVERIFY(SameBits(out[size_t(i)].imag(), want.imag()));
+        }
+        QCOMPARE(sig::DivUntilZero(a.data(), b.data(), out.data(), n), -1);
+        for (int i = 0; i < n; ++i)
+        {
+            const cplx want = a[size_t(i)] / b[size_t(i)];
+            if (!SameBits(out[size_t(i)].real(), want.real()) ||
+                !SameBits(out[size_t(i)].imag(), want.imag()))
+            {
+                QFAIL(qPrintable(QString("(%1, %2) / (%3, %4)")
+                                     .arg(a[size_t(i)].real(), 0, 'g', 17)
+                                     .arg(a[size_t(i)].imag(), 0, 'g', 17)
+                                     .arg(b[size_t(i)].real(), 0, 'g', 17)
+                                     .arg(b[size_t(i)].imag(), 0, 'g', 17)));
+            }
+        }
+        // In place, and stopped by an exact zero (of either sign) with the rest left alone.
+        const int zero = int(rng() % uint64_t(n));
+        b[size_t(zero)] = {-0.0, 0.0};
+        std::vector<cplx> inPlace = a;
+        QCOMPARE(sig::DivUntilZero(inPlace.data(), b.data(), inPlace.data(), n), zero);
+        for (int i = 0; i < n; ++i)
+        {
+            const cplx want = i < zero ? a[size_t(i)] / b[size_t(i)] : a[size_t(i)];
+            QVERIFY(SameBits(inPlace[size_t(i)].real(), want.real()));
+            QVERIFY(SameBits(inPlace[size_t(i)].imag(), want.imag()));
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TestSignalOps)

@@ -89,17 +89,6 @@ void FillChannel(VNAChannel& ch, double start, double stop, int n, double scale 
     }
 }
 
-VNATrace* AddTrace(VNAModel& model, VNATraceMeas meas, VNATraceFormat format, int channel = 0)
-{
-    QMutexLocker lock(&model.traceLock);
-    int index = 0;
-    VNATrace* t = model.InternalCreateTrace(index);
-    t->SetChannel(channel);
-    t->SetMeas(meas);
-    t->SetFormat(format);
-    return t;
-}
-
 int CountErrors(int code)
 {
     int n = 0;
@@ -526,11 +515,11 @@ void TestTrace::chainThroughModel()
     model.CalcTraces(0);
     QCOMPARE(ch.processed.Size(), 0);
 
-    VNATrace* phase = AddTrace(model, S21, PhaseDeg);
-    VNATrace* mag = AddTrace(model, S21, LogMag);
-    VNATrace* refl = AddTrace(model, S11, LinMag);
-    VNATrace* gd = AddTrace(model, S12, GroupDelay);
-    VNATrace* other = AddTrace(model, S11, LogMag, 1);
+    VNATrace* phase = testfx::AddTrace(model, 0, S21, PhaseDeg);
+    VNATrace* mag = testfx::AddTrace(model, 0, S21, LogMag);
+    VNATrace* refl = testfx::AddTrace(model, 0, S11, LinMag);
+    VNATrace* gd = testfx::AddTrace(model, 0, S12, GroupDelay);
+    VNATrace* other = testfx::AddTrace(model, 1, S11, LogMag);
     phase->elecDelay = kTau;  // compensates the line: a flat phase is left
     mag->offsetMag = 3.0;
     mag->offsetMagSlope = 1.0;  // dB per GHz
@@ -609,8 +598,8 @@ void TestTrace::memoryAcrossSweepChanges()
     VNAModel model;
     VNAChannel& ch = *model.channels[0];
     FillChannel(ch, 1e9, 2e9, 101);
-    VNATrace* fixed = AddTrace(model, S21, LogMag);
-    VNATrace* interp = AddTrace(model, S21, LogMag);
+    VNATrace* fixed = testfx::AddTrace(model, 0, S21, LogMag);
+    VNATrace* interp = testfx::AddTrace(model, 0, S21, LogMag);
     model.CalcTraces(0);
     model.traceStoreMem(fixed);
     model.traceStoreMem(interp);
@@ -648,10 +637,10 @@ void TestTrace::memoryAcrossSweepChanges()
 void TestTrace::scaleCoupling()
 {
     VNAModel model;
-    VNATrace* a = AddTrace(model, S11, LogMag);
-    VNATrace* samePlot = AddTrace(model, S21, LogMag);
-    VNATrace* otherPlot = AddTrace(model, S12, LogMag);
-    VNATrace* otherFormat = AddTrace(model, S22, SWR);
+    VNATrace* a = testfx::AddTrace(model, 0, S11, LogMag);
+    VNATrace* samePlot = testfx::AddTrace(model, 0, S21, LogMag);
+    VNATrace* otherPlot = testfx::AddTrace(model, 0, S12, LogMag);
+    VNATrace* otherFormat = testfx::AddTrace(model, 0, S22, SWR);
     otherPlot->SetPlot(1);
     model.selectedTraceIndex = 0;
     a->x = {1, 2, 3};
