@@ -261,7 +261,8 @@ TParameters TParamMult(const TParameters& a, const TParameters& b)
 bool LoadFixtureFile(const QString& path, QVector<double>& freqs, SParameters& params,
                      QString& error)
 {
-    // Fixture files often come from simulators on uneven grids; interpolation needs only order.
+    // Fixture files often come from simulators on uneven grids; interpolation needs only the
+    // rising order, which the reader checks itself.
     bool isS1P = false;
     if (!LoadS2PFile(path, true, freqs, params, isS1P, error))
     {
@@ -276,14 +277,6 @@ bool LoadFixtureFile(const QString& path, QVector<double>& freqs, SParameters& p
     {
         error = Tr("The file holds no data.");
         return false;
-    }
-    for (int i = 1; i < freqs.size(); ++i)
-    {
-        if (!(freqs[i] > freqs[i - 1]))
-        {
-            error = Tr("Fixture frequencies must rise from one line to the next.");
-            return false;
-        }
     }
     return true;
 }

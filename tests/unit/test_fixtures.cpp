@@ -457,7 +457,7 @@ void TestFixtures::failedLoadKeepsFixture()
         QString why;
     } cases[] = {{bad, "Invalid number of points on line"},
                  {oneport, "A fixture must be a two-port (.s2p) file."},
-                 {descending, "Fixture frequencies must rise from one line to the next."},
+                 {descending, "Line 3: the frequencies must increase from one line to the next."},
                  {dir.filePath("missing.s2p"), "Unable to open file."}};
     for (const auto& c : cases)
     {
