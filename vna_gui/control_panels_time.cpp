@@ -100,10 +100,13 @@ TimeDomainPanel::TimeDomainPanel(MainWindow* window) : PanelBase(window)
 
     using MW = MainWindow;
     const auto valueEdited = QOverload<double>::of(&KXLineEdit::editUpdated);
-    auto combo = [this](KXComboBox* box, void (MW::*slot)(int))
+    // The window pointer is captured by value: a nested lambda reaching it through `this` trips
+    // the undefined-behaviour checker's type test on the closure.
+    MW* mw = w;
+    auto combo = [this, mw](KXComboBox* box, void (MW::*slot)(int))
     {
         connect(box, &KXComboBox::comboIndexChanged, this,
-                [this, box, slot] { (w->*slot)(box->GetCurrentData().toInt()); });
+                [mw, box, slot] { (mw->*slot)(box->GetCurrentData().toInt()); });
     };
     connect(enabled, &QCheckBox::toggled, w, QOverload<bool>::of(&MW::transformEnabled));
     combo(type, &MW::transformTypeChanged);
