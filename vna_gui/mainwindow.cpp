@@ -71,6 +71,8 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
 
 MainWindow::~MainWindow()
 {
+    // Before the device goes with the model: the dialogs are deleted only after it.
+    EndCalibrations();
     model.MeasStop();
     // Their sockets belong to the server and go with it.
     delete scpiConnection;
@@ -328,6 +330,7 @@ bool MainWindow::ConnectDevice(int serial)
 
 void MainWindow::DisconnectDevice()
 {
+    EndCalibrations();
     MeasStop();
     model.device.SetFanSpeed(50.0);
     model.device.Disconnect();

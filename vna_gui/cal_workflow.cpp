@@ -1,0 +1,171 @@
+#include "cal_workflow.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFileInfo>
+#include <QMutexLocker>
+#include <algorithm>
+
+#include "application_settings.h"
+#include "vna_device.h"
+#include "vna_model.h"
+
+namespace
+{
+QString Tr(const char* text)
+{
+    return QCoreApplication::translate("CalWorkflow", text);
+}
+
+// A role's vector sized to the sweep, with the measurement taken over the standard's band.
+void MergeBand(const CplxVector& source, CplxVector& destination, const QVector<double>& freqs,
+               const CalKitStandardInfo& standard)
+{
+    destination.resize(freqs.size());
+    MergeCalMeas(source, destination, freqs, standard.FMin, standard.FMax);
+}
+
+bool Covers(const VNACalStdMapper& mapper, const VNAStimulus& stimulus)
+{
+    return mapper.IsFullyMapped(stimulus.start, stimulus.stop);
+}
+}  // namespace
+
+bool StandardFitsRole(const CalKitStandardInfo& standard, CalOnePortRole role)
+{
+    switch (role)
+    {
+        case RoleShort:
+            return standard.IsStandardType(VNAStdShort);
+        case RoleOpen:
+            return standard.IsStandardType(VNAStdOpen);
+        case RoleLoad:
+            return standard.IsStandardType(VNAStdLoad) || standard.IsSlidingLoad();
+    }
+    return false;
+}
+
+bool MergeReflectStandard(VNACalibration& cal, int port, CalOnePortRole role,
+                          const CalKitStandardInfo& standard, const SParametersRaw& raw)
+{
+    const VNAStimulus& stimulus = cal.GetStimulus();
+    const QVector<double> freqs = stimulus.GetFreqVector();
+    if (cal.GetCalType() == SOL)
+    {
+        VNACalStdMapper& mapper = cal.OnePortMapper(role);
+        mapper.AddStd(standard);
+        MergeBand(cal.GetCalPort() == 0 ? raw.S11 : raw.S22, cal.OnePortMeas(role), freqs,
+                  standard);
+        return Covers(mapper, stimulus);
+    }
+    // Mappers run port 1 short, open, load, then port 2; the vectors interleave the ports.
+    VNACalStdMapper& mapper = cal.TwoPortMapper(3 * port + role);
+    mapper.AddStd(standard);
+    const int term = 2 * role + port;
+    MergeBand(port == 0 ? raw.S11 : raw.S22, cal.MeasuredStd(term), freqs, standard);
+    MergeBand(port == 0 ? raw.S11HDR : raw.S22HDR, cal.MeasuredStdHDR(term), freqs, standard);
+    return Covers(mapper, stimulus);
+}
+
+bool MergeThruStandard(VNACalibration& cal, const CalKitStandardInfo& standard,
+                       const SParametersRaw& raw)
+{
+    const VNAStimulus& stimulus = cal.GetStimulus();
+    const QVector<double> freqs = stimulus.GetFreqVector();
+    VNACalStdMapper& mapper = cal.TwoPortMapper(RoleThru);
+    mapper.AddStd(standard);
+    static const int terms[4] = {StdS11Thru, StdS21Thru, StdS12Thru, StdS22Thru};
+    for (int k = 0; k < 4; ++k)
+    {
+        // The raw record's first four vectors are the normal S-parameters, the next four HDR.
+        MergeBand(raw.Vector(k), cal.MeasuredStd(terms[k]), freqs, standard);
+        MergeBand(raw.Vector(4 + k), cal.MeasuredStdHDR(terms[k]), freqs, standard);
+    }
+    return Covers(mapper, stimulus);
+}
+
+void StoreIsolation(VNACalibration& cal, const SParametersRaw& raw)
+{
+    cal.MeasuredStd(StdS21Iso) = raw.S21;
+    cal.MeasuredStd(StdS12Iso) = raw.S12;
+    cal.MeasuredStdHDR(StdS21Iso) = raw.S21HDR;
+    cal.MeasuredStdHDR(StdS12Iso) = raw.S12HDR;
+}
+
+void StoreSwitchTerms(VNACalibration& cal, const SParametersRaw& forward,
+                      const SParametersRaw& reverse)
+{
+    // Receiver slots: a1 (port 1 reference), b1, b2, a2 (port 2 reference).
+    const int n = std::min(forward.Size(), reverse.Size());
+    CplxVector& switchFwd = cal.SwitchTermsFwd();
+    CplxVector& switchRev = cal.SwitchTermsRev();
+    CplxVector& gammaFwd = cal.GammaFwd();
+    CplxVector& gammaRev = cal.GammaRev();
+    switchFwd.resize(n);
+    switchRev.resize(n);
+    gammaFwd.resize(n);
+    gammaRev.resize(n);
+    for (int i = 0; i < n; ++i)
+    {
+        switchFwd[i] = forward.S22[i] / forward.S11[i];
+        gammaFwd[i] = forward.S22[i] / forward.S12[i];
+        switchRev[i] = reverse.S11[i] / reverse.S22[i];
+        gammaRev[i] = reverse.S11[i] / reverse.S21[i];
+    }
+}
+
+void CompleteCalibration(VNACalibration& cal, const VNADevice& device, const QString& path)
+{
+    cal.SetName(QFileInfo(path).baseName());
+    cal.SetTemperature(device.GetTemp());
+    cal.SetDate(QDateTime::currentDateTime());
+    cal.SetSerialNumber(device.GetSerialNumber());
+    cal.SetLoaded(true);
+}
+
+bool WriteCalibrationFile(const VNACalibration& cal, const QString& path, QString& error)
+{
+    ApplicationSettings settings(path);
+    if (settings.status() == QSettings::NoError)
+    {
+        settings.Clear();
+        cal.Save(settings);
+        settings.Sync();
+    }
+    if (settings.status() != QSettings::NoError || settings.WriteStatus() != QSettings::NoError)
+    {
+        error = Tr("Unable to write the calibration file %1.").arg(path);
+        return false;
+    }
+    return true;
+}
+
+bool SaveAndBuildCalibration(VNACalibration& cal, const QString& path, QString& error)
+{
+    if (!WriteCalibrationFile(cal, path, error))
+    {
+        return false;
+    }
+    cal.BuildCorrections(cal.GetStimulus());
+    return true;
+}
+
+void InstallCalibration(VNAModel& model, int channel, VNACalibration cal, bool takeStimulus)
+{
+    VNAChannel* c = model.channels.value(channel, nullptr);
+    if (!c)
+    {
+        return;
+    }
+    model.MeasStop();
+    {
+        // Readers of the record on the GUI thread (status, remote queries) hold the trace lock.
+        QMutexLocker lock(&model.traceLock);
+        std::swap(c->calibration, cal);
+        if (takeStimulus)
+        {
+            c->stimulus = c->calibration.GetStimulus();
+        }
+    }
+    model.MeasStart();
+}
