@@ -74,8 +74,9 @@ MainWindow::~MainWindow()
     // Before the device goes with the model: the dialogs are deleted only after it.
     EndCalibrations();
     model.MeasStop();
-    // Their sockets belong to the server and go with it.
-    delete scpiConnection;
+    // The client is retired first: its socket goes with the server, after this body, and must
+    // not report its disconnection to a window half destroyed.
+    SCPIShutdown();
     qDeleteAll(scpiRetired);
 }
 

@@ -157,6 +157,7 @@ private slots:
     void remoteFailedStepsAndDisconnect();
     void remoteSlidingLoad();
     void calSetViewAndQueriesShowTheRecord();
+    void closingMidCalibrationFreesTheInstrument();
 
 private:
     void Session(const std::function<void(LineClient&)>& body);
@@ -684,6 +685,32 @@ void TestCalibrationWorkflow::calSetViewAndQueriesShowTheRecord()
     QCOMPARE(disabled, QByteArray("1"));
     QVERIFY2(IsError(disabledError, -7, "Selected channel not enabled"), disabledError.constData());
     window->triggerSweepModeChanged(0, VNASweepMode::Continuous);
+}
+
+// The window closes while a remote calibration is open and its client has just left with lines
+// not yet served: neither the dialog's thread nor the client's socket may reach the window as it
+// goes, and a new window finds the instrument free and measuring.
+void TestCalibrationWorkflow::closingMidCalibrationFreesTheInstrument()
+{
+    Hidden::Set(false);
+    Session(
+        [&](LineClient& c)
+        {
+            c.Send(":SENS1:CORR:COLL:CKIT:SEL " + QByteArray(kKitName) + '\n');
+            c.Send(":SENS1:CORR:COLL:METH solt\n");
+            Connect(kit, testfx::kShortId, 1);
+            c.Query(":SENS1:CORR:COLL:ACQ:SHOR? 2,1");
+            c.Send(":SENS1:CORR:COLL:ACQ:OPEN? 2,2\n");
+            c.Send(":SENS1:CORR:COLL:SAVE\n");
+        });
+    QVERIFY(window->CalibrationInProgress());
+    delete window;
+    window = new MainWindow(nullptr, &lib);
+    QVERIFY(window->Model().device.Connected());
+    QVERIFY(!window->CalibrationInProgress());
+    VNAChannel& ch = Channel();
+    const uint64_t done = ch.sweepsDone.load();
+    QVERIFY(QTest::qWaitFor([&] { return ch.sweepsDone.load() > done; }, 30000));
 }
 
 QTEST_MAIN(TestCalibrationWorkflow)
