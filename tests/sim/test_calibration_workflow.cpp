@@ -3,7 +3,11 @@
 // through the correction commands on a TCP connection, each type with a kit whose standards sit
 // behind lossy offsets. Afterwards the channel's corrected data must be a Touchstone device, to
 // rounding, and the calibration-set view and the remote queries must show the record's terms.
+#include <QCheckBox>
 #include <QFile>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
 #include <QMutexLocker>
 #include <QtTest>
 #include <cmath>
@@ -12,12 +16,14 @@
 #include "application_settings.h"
 #include "cal_dialogs.h"
 #include "cal_fixtures.h"
+#include "control_panels.h"
 #include "calkit_list.h"
 #include "error_log.h"
 #include "line_client.h"
 #include "mainwindow.h"
 #include "modal_answerer.h"
 #include "sim_fixtures.h"
+#include "status_bar.h"
 #include "test_fixtures.h"
 #include "vna_lib.h"
 #include "vna_sim.h"
@@ -157,6 +163,7 @@ private slots:
     void remoteFailedStepsAndDisconnect();
     void remoteSlidingLoad();
     void calSetViewAndQueriesShowTheRecord();
+    void panelAndMenuFollowTheChannel();
     void closingMidCalibrationFreesTheInstrument();
 
 private:
@@ -685,6 +692,96 @@ void TestCalibrationWorkflow::calSetViewAndQueriesShowTheRecord()
     QCOMPARE(disabled, QByteArray("1"));
     QVERIFY2(IsError(disabledError, -7, "Selected channel not enabled"), disabledError.constData());
     window->triggerSweepModeChanged(0, VNASweepMode::Continuous);
+}
+
+// The Calibration panel and menu on the channel that holds the record of the test before: the
+// panel's boxes and lists call the window and show the model, the status bar says what the
+// chain does, and the menu offers what the channel's state allows.
+void TestCalibrationWorkflow::panelAndMenuFollowTheChannel()
+{
+    VNAModel& m = window->Model();
+    VNAChannel& ch = Channel();
+    QVERIFY(ch.calibration.CorrectionsLoaded() && ch.calibrationEnabled);
+    window->panelButtonClicked(3);
+    auto* panel = qobject_cast<CalibrationControlPanel*>(window->Panel(3));
+    QVERIFY(panel);
+    const QList<QCheckBox*> boxes = panel->findChildren<QCheckBox*>();
+    QCOMPARE(boxes.size(), 4);  // Cal Loaded, Cal Enabled, Interp Enabled, Cal Set Viewer
+    QVERIFY(boxes[0]->isChecked() && boxes[1]->isChecked());
+    QCOMPARE(window->StatusBar()->CalibrationText(), QStringLiteral("Cal:Full 2-Port"));
+
+    boxes[1]->click();
+    QVERIFY(!ch.calibrationEnabled);
+    QCOMPARE(window->StatusBar()->CalibrationText(), QStringLiteral("Cal:Disabled"));
+    boxes[1]->click();
+    QVERIFY(ch.calibrationEnabled);
+    const bool interpolating = ch.interpolationEnabled;
+    QCOMPARE(boxes[2]->isChecked(), interpolating);
+    boxes[2]->click();
+    QCOMPARE(ch.interpolationEnabled, !interpolating);
+    boxes[2]->click();
+    QCOMPARE(ch.interpolationEnabled, interpolating);
+
+    // The viewer's lists act on the active trace, and only the one displayed is in use.
+    const QList<KXComboBox*> lists = panel->findChildren<KXComboBox*>();
+    QCOMPARE(lists.size(), 3);  // Display, Standards, Error Terms
+    const VNATrace* t = m.traces[m.selectedTraceIndex];
+    boxes[3]->click();
+    QVERIFY(t->calSetViewEnabled);
+    // As the operator picks an item: the box reports it as activated.
+    auto pick = [](KXComboBox* box, int data)
+    {
+        const int i = box->findData(data);
+        box->setCurrentIndex(i);
+        emit box->activated(i);
+    };
+    pick(lists[0], int(CalSetViewErrorTerms));
+    pick(lists[2], int(ErrEsr));
+    QCOMPARE(int(t->calSetDisplay), int(CalSetViewErrorTerms));
+    QCOMPARE(int(t->calSetErrTerm), int(ErrEsr));
+    QVERIFY(lists[2]->isEnabled() && !lists[1]->isEnabled());
+    boxes[3]->click();
+    QVERIFY(!t->calSetViewEnabled);
+
+    // The menu's entries for a loaded record, then the panel's unload.
+    QMenu* menu = nullptr;
+    for (QAction* a : window->menuBar()->actions())
+    {
+        if (a->text() == QStringLiteral("Calibration"))
+        {
+            menu = a->menu();
+        }
+    }
+    QVERIFY(menu);
+    auto entry = [&](const char* text) -> QAction*
+    {
+        for (QAction* a : menu->actions())
+        {
+            if (a->text() == QLatin1String(text))
+            {
+                return a;
+            }
+        }
+        return nullptr;
+    };
+    QVERIFY(entry("Unload Calibration") && entry("Calibration Enabled"));
+    emit menu->aboutToShow();
+    QVERIFY(entry("Unload Calibration")->isEnabled());
+    QVERIFY(entry("Calibration Enabled")->isChecked());
+    for (QPushButton* b : panel->findChildren<QPushButton*>())
+    {
+        if (b->text() == QStringLiteral("Unload Calibration"))
+        {
+            b->click();
+        }
+    }
+    QVERIFY(!ch.calibration.CorrectionsLoaded());
+    QVERIFY(!boxes[0]->isChecked());
+    QCOMPARE(window->StatusBar()->CalibrationText().left(4), QStringLiteral("Cal:"));
+    QVERIFY(window->StatusBar()->CalibrationText() != QStringLiteral("Cal:Full 2-Port"));
+    emit menu->aboutToShow();
+    QVERIFY(!entry("Unload Calibration")->isEnabled());
+    QVERIFY(!entry("Use Calibration Stimulus")->isEnabled());
 }
 
 // The window closes while a remote calibration is open and its client has just left with lines
