@@ -324,7 +324,7 @@ public:
         ask(QStringLiteral("LIM:STAT?"));
         if (round % 6 == 0)
         {
-            send(QStringLiteral("LIM:DATA 2,1e9,2e9,-3"));  // a group short: -2
+            send(QStringLiteral("LIM:DATA 2,1e9,2e9,-3"));    // a group short: -2
             send(QStringLiteral("RLIM:DATA 1,1e9,2e9,3,4"));  // a group long: -2
             ask(QStringLiteral("LIM:FAIL?"));
         }

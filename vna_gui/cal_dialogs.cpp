@@ -46,7 +46,8 @@ void RunWhileServingEvents(const std::function<void()>& work, const std::functio
         {
             work();
             finished.store(true);
-            QMetaObject::invokeMethod(&loop, [&loop] { loop.quit(); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                &loop, [&loop] { loop.quit(); }, Qt::QueuedConnection);
         });
     QTimer timer;
     if (tick)

@@ -7,8 +7,8 @@
 #include <QFile>
 #include <QMenu>
 #include <QMenuBar>
-#include <QPushButton>
 #include <QMutexLocker>
+#include <QPushButton>
 #include <QtTest>
 #include <cmath>
 #include <complex>
@@ -16,8 +16,8 @@
 #include "application_settings.h"
 #include "cal_dialogs.h"
 #include "cal_fixtures.h"
-#include "control_panels.h"
 #include "calkit_list.h"
+#include "control_panels.h"
 #include "error_log.h"
 #include "line_client.h"
 #include "mainwindow.h"
@@ -606,8 +606,7 @@ void TestCalibrationWorkflow::calSetViewAndQueriesShowTheRecord()
                 {
                     Connect(kit, ids[r], p);
                     steps += c.Query(QByteArray(":SENS1:CORR:COLL:ACQ:") + words[r] + "? " +
-                                     QByteArray::number(p + 1) + ',' +
-                                     QByteArray::number(ids[r]));
+                                     QByteArray::number(p + 1) + ',' + QByteArray::number(ids[r]));
                 }
             }
             Scene(testfx::ConnectThru(kThruDelay, kThruLoss, 50.0));
