@@ -2,9 +2,12 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <algorithm>
+#include <cstdio>
+#include <future>
 
 #include "application_settings.h"
 #include "vna_device.h"
@@ -125,15 +128,27 @@ void CompleteCalibration(VNACalibration& cal, const VNADevice& device, const QSt
 
 bool WriteCalibrationFile(const VNACalibration& cal, const QString& path, QString& error)
 {
-    ApplicationSettings settings(path);
-    if (settings.status() == QSettings::NoError)
+    // Written whole under a fresh name beside the file, then renamed over it: merging into the
+    // old file would parse all of it twice before writing, and a record replaces its file
+    // entirely anyway. A failed write leaves the old file as it was.
+    const QString fresh = path + QStringLiteral(".~new");
+    QFile::remove(fresh);
+    bool ok = false;
     {
-        settings.Clear();
-        cal.Save(settings);
-        settings.Sync();
+        ApplicationSettings settings(fresh);
+        ok = settings.status() == QSettings::NoError;
+        if (ok)
+        {
+            cal.Save(settings);
+            settings.Sync();
+            ok = settings.status() == QSettings::NoError &&
+                 settings.WriteStatus() == QSettings::NoError;
+        }
     }
-    if (settings.status() != QSettings::NoError || settings.WriteStatus() != QSettings::NoError)
+    if (!ok || ::rename(QFile::encodeName(fresh).constData(),
+                        QFile::encodeName(path).constData()) != 0)
     {
+        QFile::remove(fresh);
         error = Tr("Unable to write the calibration file %1.").arg(path);
         return false;
     }
@@ -142,12 +157,13 @@ bool WriteCalibrationFile(const VNACalibration& cal, const QString& path, QStrin
 
 bool SaveAndBuildCalibration(VNACalibration& cal, const QString& path, QString& error)
 {
-    if (!WriteCalibrationFile(cal, path, error))
-    {
-        return false;
-    }
+    // The file is written from a copy while the record is solved: solving writes only the error
+    // terms, which the file does not hold, and the copy shares the measured vectors.
+    const VNACalibration measured = cal;
+    auto written = std::async(std::launch::async,
+                              [&] { return WriteCalibrationFile(measured, path, error); });
     cal.BuildCorrections(cal.GetStimulus());
-    return true;
+    return written.get();
 }
 
 void InstallCalibration(VNAModel& model, int channel, VNACalibration cal, bool takeStimulus)
