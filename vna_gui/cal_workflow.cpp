@@ -145,8 +145,8 @@ bool WriteCalibrationFile(const VNACalibration& cal, const QString& path, QStrin
                  settings.WriteStatus() == QSettings::NoError;
         }
     }
-    if (!ok || ::rename(QFile::encodeName(fresh).constData(),
-                        QFile::encodeName(path).constData()) != 0)
+    if (!ok ||
+        ::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(path).constData()) != 0)
     {
         QFile::remove(fresh);
         error = Tr("Unable to write the calibration file %1.").arg(path);
@@ -160,8 +160,8 @@ bool SaveAndBuildCalibration(VNACalibration& cal, const QString& path, QString& 
     // The file is written from a copy while the record is solved: solving writes only the error
     // terms, which the file does not hold, and the copy shares the measured vectors.
     const VNACalibration measured = cal;
-    auto written = std::async(std::launch::async,
-                              [&] { return WriteCalibrationFile(measured, path, error); });
+    auto written =
+        std::async(std::launch::async, [&] { return WriteCalibrationFile(measured, path, error); });
     cal.BuildCorrections(cal.GetStimulus());
     return written.get();
 }

@@ -7,6 +7,7 @@
 
 #include "application_settings.h"
 #include "cal_fixtures.h"
+#include "cal_workflow.h"
 #include "error_model.h"
 #include "matrix.h"
 #include "test_fixtures.h"
@@ -397,6 +398,71 @@ private slots:
         SolveSlidingLoad(two, 2, 0, false);
         QCOMPARE(two[0].S11, CplxVector(2, 0.0));
         QCOMPARE(TriangleArea(0.0, 1.0, cplx(0, 1)), 0.5);
+    }
+
+    // A finished record over an older file of another type: the file afterwards holds exactly
+    // what a fresh save of the record holds, no scratch file is left beside it, and the record
+    // comes back solved as a separate solve of the same data. A folder that cannot exist fails
+    // with the file named.
+    void workflowFileReplacesTheOldOne()
+    {
+        QTemporaryDir dir;
+        const VNAStimulus stim = testfx::Stimulus(40e6, 20e9, 201);
+        testfx::SyntheticCal one;
+        one.type = SOL;
+        const testfx::ErrorModel m = testfx::ErrorModel::Random(5);
+        const VNACalibration sol = testfx::MeasureCalibration(one, testfx::ModelKit(), stim, m, m);
+        const QString path = dir.filePath(QStringLiteral("cal.vnacal"));
+        QString error;
+        QVERIFY(WriteCalibrationFile(sol, path, error));
+
+        VNACalibration solt = MakeSolt(stim);
+        VNACalibration reference = solt;
+        const QString fresh = dir.filePath(QStringLiteral("fresh.vnacal"));
+        {
+            ApplicationSettings s(fresh);
+            reference.Save(s);
+        }
+        reference.BuildCorrections(stim);
+        QVERIFY(SaveAndBuildCalibration(solt, path, error));
+        QVERIFY(solt.CorrectionsReady());
+        for (int k = 0; k < VNACalibration::kTermCount; ++k)
+        {
+            QCOMPARE(solt.ErrorTerm(k), reference.ErrorTerm(k));
+        }
+        QStringList keys = KeysOf(path), expected = KeysOf(fresh);
+        keys.sort();
+        expected.sort();
+        QCOMPARE(keys, expected);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
+
+        VNACalibration back;
+        bool ok = false;
+        {
+            ApplicationSettings s(path);
+            back.Load(s, ok, error);
+        }
+        QVERIFY2(ok, qPrintable(error));
+        QCOMPARE(back.GetCalType(), SOLT);
+        // The file keeps float precision.
+        for (int k = 0; k < VNACalibration::kTermCount; ++k)
+        {
+            const CplxVector& a = back.MeasuredStd(k);
+            const CplxVector& b = solt.MeasuredStd(k);
+            QCOMPARE(a.size(), b.size());
+            for (int i = 0; i < a.size(); ++i)
+            {
+                QVERIFY(std::abs(a[i] - b[i]) <= 1e-6 * std::max(1.0, std::abs(b[i])));
+            }
+        }
+
+        QFile blocker(dir.filePath(QStringLiteral("plain")));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const QString impossible = dir.filePath(QStringLiteral("plain/cal.vnacal"));
+        error.clear();
+        QVERIFY(!WriteCalibrationFile(solt, impossible, error));
+        QVERIFY(error.contains(impossible));
     }
 
     void channelCorrectsLiveSweep()
