@@ -465,6 +465,51 @@ private slots:
         QVERIFY(error.contains(impossible));
     }
 
+    // An instrument state carries each channel's calibration: a channel loaded from it corrects
+    // as the saved one did (to the file's float precision), whatever record it held before, and
+    // a state saved without one unloads the channel's.
+    void channelStateCarriesItsCalibration()
+    {
+        QTemporaryDir dir;
+        const VNAStimulus stim = testfx::Stimulus(1e9, 20e9, 101);
+        VNAChannel saved(0);
+        saved.stimulus = stim;
+        saved.calibration = MakeSolt(stim);
+        saved.calibration.BuildCorrections(stim);
+        const QString path = dir.filePath(QStringLiteral("state.ini"));
+        {
+            ApplicationSettings s(path);
+            saved.Save(s);
+        }
+        VNAChannel restored(0);
+        testfx::SyntheticCal one;
+        one.type = SOL;
+        const testfx::ErrorModel m = testfx::ErrorModel::Random(6);
+        restored.calibration = testfx::MeasureCalibration(one, testfx::ModelKit(), stim, m, m);
+        {
+            ApplicationSettings s(path);
+            restored.Load(s);
+        }
+        QVERIFY(restored.calibration.CorrectionsLoaded());
+        QCOMPARE(restored.calibration.GetCalType(), SOLT);
+        restored.calibration.BuildCorrections(restored.stimulus);
+        const SParametersRaw raw = RawOfDut(stim);
+        const double drift =
+            testfx::MaxDifference(restored.ApplyCorrections(raw), saved.ApplyCorrections(raw));
+        QVERIFY2(drift < 1e-4, qPrintable(QString::number(drift)));
+
+        const QString bare = dir.filePath(QStringLiteral("bare.ini"));
+        {
+            ApplicationSettings s(bare);
+            VNAChannel(0).Save(s);
+        }
+        {
+            ApplicationSettings s(bare);
+            restored.Load(s);
+        }
+        QVERIFY(!restored.calibration.CorrectionsLoaded());
+    }
+
     void channelCorrectsLiveSweep()
     {
         const VNAStimulus stim = testfx::Stimulus(1e9, 20e9, 101);
