@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
+#include <QRegularExpression>
 #include <algorithm>
 #include <cstdio>
 #include <future>
@@ -31,6 +32,85 @@ void MergeBand(const CplxVector& source, CplxVector& destination, const QVector<
 bool Covers(const VNACalStdMapper& mapper, const VNAStimulus& stimulus)
 {
     return mapper.IsFullyMapped(stimulus.start, stimulus.stop);
+}
+// Byte arrays from this size on are written by TakeLargeValues.
+constexpr int kLargeValue = 4096;
+
+// A byte array in the settings file's notation: printable characters as they are, except those
+// the reader treats specially (quotes, escapes, list and comment separators, spaces at the ends),
+// and every other byte as \xHH. The reader takes every hex digit after \x, so a hex digit right
+// after an escape is escaped as well. Written through a pointer: at the largest sweeps these are
+// tens of megabytes.
+void AppendIniBytes(QByteArray& out, const QByteArray& bytes)
+{
+    static const char kHex[] = "0123456789abcdef";
+    const int start = out.size();
+    out.resize(start + 4 * bytes.size() + 16);
+    char* p = out.data() + start;
+    p = std::copy_n("@ByteArray(", 11, p);
+    bool afterEscape = false;
+    for (const char c : bytes)
+    {
+        const auto u = static_cast<unsigned char>(c);
+        const bool hexDigit =
+            (u >= '0' && u <= '9') || (u >= 'a' && u <= 'f') || (u >= 'A' && u <= 'F');
+        const bool plain = u > ' ' && u < 0x7f && u != '"' && u != '\\' && u != ';' && u != ',' &&
+                           u != '=' && u != '#';
+        if (plain && !(afterEscape && hexDigit))
+        {
+            *p++ = c;
+            afterEscape = false;
+            continue;
+        }
+        *p++ = '\\';
+        *p++ = 'x';
+        *p++ = kHex[u >> 4];
+        *p++ = kHex[u & 15];
+        afterEscape = true;
+    }
+    *p++ = ')';
+    out.resize(int(p - out.constData()));
+}
+
+struct LargeValue
+{
+    QString key;
+    QByteArray bytes;
+};
+
+// Takes the large byte arrays out of the settings: the settings layer escapes and reads back
+// such values byte by byte, which takes seconds at the largest sweeps.
+QVector<LargeValue> TakeLargeValues(ApplicationSettings& settings)
+{
+    static const QRegularExpression kPlainKey(QStringLiteral("^\\w+(/\\w+)+$"));
+    QVector<LargeValue> taken;
+    for (const QString& key : settings.allKeys())
+    {
+        const QVariant v = settings.Load(key);
+        if (v.type() == QVariant::ByteArray && v.toByteArray().size() >= kLargeValue &&
+            kPlainKey.match(key).hasMatch())
+        {
+            taken.append({key, v.toByteArray()});
+            settings.Remove(key);
+        }
+    }
+    return taken;
+}
+
+// Each value as a section of its own in the settings file's notation (a section may appear
+// more than once).
+void AppendLargeValues(QByteArray& out, const QVector<LargeValue>& values)
+{
+    for (const LargeValue& v : values)
+    {
+        const int slash = v.key.indexOf(QLatin1Char('/'));
+        out += "\n[" + v.key.left(slash).toLatin1() + "]\n";
+        out +=
+            QString(v.key.mid(slash + 1)).replace(QLatin1Char('/'), QLatin1Char('\\')).toLatin1();
+        out += '=';
+        AppendIniBytes(out, v.bytes);
+        out += '\n';
+    }
 }
 }  // namespace
 
@@ -128,27 +208,40 @@ void CompleteCalibration(VNACalibration& cal, const VNADevice& device, const QSt
 
 bool WriteCalibrationFile(const VNACalibration& cal, const QString& path, QString& error)
 {
-    // Written whole under a fresh name beside the file, then renamed over it: merging into the
-    // old file would parse all of it twice before writing, and a record replaces its file
-    // entirely anyway. A failed write leaves the old file as it was.
-    const QString fresh = path + QStringLiteral(".~new");
-    QFile::remove(fresh);
+    // The settings layer writes the small keys to a scratch file beside the target; the large
+    // vectors are appended here, and the whole replaces the file in one step. A failed write
+    // leaves the old file as it was.
+    const QString scratch = path + QStringLiteral(".~new");
+    QFile::remove(scratch);
+    QVector<LargeValue> large;
     bool ok = false;
     {
-        ApplicationSettings settings(fresh);
+        ApplicationSettings settings(scratch);
         ok = settings.status() == QSettings::NoError;
         if (ok)
         {
             cal.Save(settings);
+            large = TakeLargeValues(settings);
             settings.Sync();
             ok = settings.status() == QSettings::NoError &&
                  settings.WriteStatus() == QSettings::NoError;
         }
     }
-    if (!ok ||
-        ::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(path).constData()) != 0)
+    QFile small(scratch);
+    QByteArray contents;
+    if (ok && small.open(QIODevice::ReadOnly))
     {
-        QFile::remove(fresh);
+        contents = small.readAll();
+        AppendLargeValues(contents, large);
+    }
+    else
+    {
+        ok = false;
+    }
+    small.close();
+    QFile::remove(scratch);
+    if (!ok || !SaveFileWhole(path, contents))
+    {
         error = Tr("Unable to write the calibration file %1.").arg(path);
         return false;
     }

@@ -407,7 +407,8 @@ private slots:
     void workflowFileReplacesTheOldOne()
     {
         QTemporaryDir dir;
-        const VNAStimulus stim = testfx::Stimulus(40e6, 20e9, 201);
+        // Enough points for the vectors to take the file's fast path.
+        const VNAStimulus stim = testfx::Stimulus(40e6, 20e9, 1001);
         testfx::SyntheticCal one;
         one.type = SOL;
         const testfx::ErrorModel m = testfx::ErrorModel::Random(5);
@@ -417,6 +418,22 @@ private slots:
         QVERIFY(WriteCalibrationFile(sol, path, error));
 
         VNACalibration solt = MakeSolt(stim);
+        // One vector whose floats hold every byte value in every position but the exponent's,
+        // next to each other in many orders (quotes, backslashes, separators, hex digits).
+        CplxVector& probe = solt.MeasuredStd(StdS11Short);
+        auto floatOf = [](int k)
+        {
+            const unsigned char b[4] = {static_cast<unsigned char>(k),
+                                        static_cast<unsigned char>(k * 7 + 3),
+                                        static_cast<unsigned char>(k * 13 + 5), 0x3f};
+            float f = 0;
+            memcpy(&f, b, sizeof f);
+            return double(f);
+        };
+        for (int i = 0; i < probe.size(); ++i)
+        {
+            probe[i] = cplx(floatOf(i), floatOf(i + 500));
+        }
         VNACalibration reference = solt;
         const QString fresh = dir.filePath(QStringLiteral("fresh.vnacal"));
         {
@@ -430,10 +447,20 @@ private slots:
         {
             QCOMPARE(solt.ErrorTerm(k), reference.ErrorTerm(k));
         }
+        // Key by key, as the settings layer reads both files.
         QStringList keys = KeysOf(path), expected = KeysOf(fresh);
         keys.sort();
         expected.sort();
         QCOMPARE(keys, expected);
+        const QSettings written(path, QSettings::IniFormat), plain(fresh, QSettings::IniFormat);
+        for (const QString& key : expected)
+        {
+            const QVariant a = written.value(key), b = plain.value(key);
+            QVERIFY2(a.type() == b.type(), qPrintable(key));
+            QVERIFY2(a.type() == QVariant::ByteArray ? a.toByteArray() == b.toByteArray()
+                                                     : a.toString() == b.toString(),
+                     qPrintable(key));
+        }
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
 
         VNACalibration back;
