@@ -41,6 +41,8 @@ struct Counts
     QMap<int, qint64> errorCodes;
     QMap<QByteArray, qint64> errorTexts;
     qint64 dataPoints = 0;
+    qint64 calSteps = 0;      // remote calibration steps that answered "1"
+    qint64 calibrations = 0;  // remote calibrations saved and in the channel
 };
 
 // Resident memory of a process in kB from /proc, or -1.
@@ -185,14 +187,7 @@ public:
 
         Markers(ch, start, stop, round);
 
-        // Calibration state.
-        Query(QStringLiteral(":SENS%1:CORR:CSET:ACT?").arg(ch).toLatin1(), ok);
-        Query(QStringLiteral(":SENS%1:CORR:CSET:TYPE?").arg(ch).toLatin1(), ok);
-        Query(":SENS:CORR:CKIT:CAT?", ok);
-        if (round % 7 == 0)
-        {
-            Query(QStringLiteral(":SENS%1:CORR:CSET:ETER? EDF").arg(ch).toLatin1(), ok);
-        }
+        Correction(ch, round);
 
         TimeDomain(round, ch);
         Limits(ch, start, stop, round);
@@ -329,7 +324,7 @@ public:
         ask(QStringLiteral("LIM:STAT?"));
         if (round % 6 == 0)
         {
-            send(QStringLiteral("LIM:DATA 2,1e9,2e9,-3"));  // a group short: -2
+            send(QStringLiteral("LIM:DATA 2,1e9,2e9,-3"));    // a group short: -2
             send(QStringLiteral("RLIM:DATA 1,1e9,2e9,3,4"));  // a group long: -2
             ask(QStringLiteral("LIM:FAIL?"));
         }
@@ -339,6 +334,58 @@ public:
             send(QStringLiteral("RLIM:DEL"));
             ask(QStringLiteral("RLIM:FAIL?"));
         }
+    }
+
+    // The calibration's state and kits every round, the switches now and then, and every
+    // twentieth round a whole one-port calibration of channel 1 with a system kit, saved, checked
+    // and unloaded again so that the data stays raw for the other rounds.
+    void Correction(int ch, int round)
+    {
+        bool ok = false;
+        const QString sense = QStringLiteral(":SENS%1:CORR").arg(ch);
+        auto query = [&](const QString& tail) { return Query((sense + tail).toLatin1(), ok); };
+        query(QStringLiteral(":CSET:ACT?"));
+        query(QStringLiteral(":CSET:TYPE?"));
+        query(QStringLiteral(":CSET:NAME?"));
+        query(QStringLiteral(":STAT?"));
+        Query(":SENS:CORR:CKIT:CAT?", ok);
+        Query(":SENS:CORR:CKIT:COUN?", ok);
+        if (round % 7 == 0)
+        {
+            query(QStringLiteral(":CSET:ETER? edf"));
+            Send((sense + QStringLiteral(":INT:STAT %1").arg(round % 2)).toLatin1());
+            query(QStringLiteral(":INT:STAT?"));
+        }
+        if (round % 20 != 11)
+        {
+            return;
+        }
+        // 85052D: open 1, short 2, load 3.
+        Send(":SENS1:CORR:COLL:CKIT:SEL 85052D");
+        if (Query(":SENS1:CORR:COLL:CKIT:SEL?", ok) != "85052D")
+        {
+            return;
+        }
+        Send(":SENS1:CORR:COLL:METH sol,1");
+        // A step that fails may be taken again.
+        for (const char* step : {"SHOR? 1,2", "OPEN? 1,1", "LOAD? 1,3"})
+        {
+            for (int attempt = 0; attempt < 2; ++attempt)
+            {
+                if (Query(QByteArray(":SENS1:CORR:COLL:ACQ:") + step, ok) == "1")
+                {
+                    ++counts.calSteps;
+                    break;
+                }
+            }
+        }
+        // No file named: the documents folder of the program's (private) home.
+        Send(":SENS1:CORR:COLL:SAVE");
+        if (Query(":SENS1:CORR:CSET:TYPE?", ok) == "sol")
+        {
+            ++counts.calibrations;
+        }
+        Send(":SENS1:CORR:CSET:DEAC");
     }
 
     // Every marker command in turn: placement, searches, flags, the reference marker, the
@@ -557,6 +604,8 @@ int main(int argc, char* argv[])
                 counts.strayLines);
     std::printf("soak: garbage lines %lld, data values received %lld, reconnections %lld\n",
                 counts.garbageLines, counts.dataPoints, counts.reconnects);
+    std::printf("soak: remote calibrations %lld, steps measured %lld\n", counts.calibrations,
+                counts.calSteps);
     std::printf("soak: errors queued %lld, read %lld:", counts.errorsQueued, counts.errorsRead);
     for (auto it = counts.errorCodes.cbegin(); it != counts.errorCodes.cend(); ++it)
     {

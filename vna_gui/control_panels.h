@@ -179,11 +179,25 @@ public:
     PendingControlsPanel(MainWindow* window, const QStringList& controls);
 };
 
-class CalibrationControlPanel : public PendingControlsPanel
+// The active channel's calibration: starting, loading and unloading one, its switches, and the
+// calibration-set view of the active trace.
+class CalibrationControlPanel : public PanelBase
 {
     Q_OBJECT
 public:
     explicit CalibrationControlPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    void BuildViewerRows();
+
+    QCheckBox* loaded;
+    QCheckBox* enabled;
+    QCheckBox* interpolate;
+    QCheckBox* viewer;
+    KXComboBox* display;
+    KXComboBox* standards;
+    KXComboBox* errorTerms;
 };
 
 class FixtureControlPanel : public PendingControlsPanel

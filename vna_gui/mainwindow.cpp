@@ -71,9 +71,12 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
 
 MainWindow::~MainWindow()
 {
+    // Before the device goes with the model: the dialogs are deleted only after it.
+    EndCalibrations();
     model.MeasStop();
-    // Their sockets belong to the server and go with it.
-    delete scpiConnection;
+    // The client is retired first: its socket goes with the server, after this body, and must
+    // not report its disconnection to a window half destroyed.
+    SCPIShutdown();
     qDeleteAll(scpiRetired);
 }
 
@@ -328,6 +331,7 @@ bool MainWindow::ConnectDevice(int serial)
 
 void MainWindow::DisconnectDevice()
 {
+    EndCalibrations();
     MeasStop();
     model.device.SetFanSpeed(50.0);
     model.device.Disconnect();

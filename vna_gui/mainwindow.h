@@ -8,6 +8,7 @@
 #include <QVector>
 #include <functional>
 
+#include "cal_workflow.h"
 #include "frequency.h"
 #include "preferences.h"
 #include "scpi_def.h"
@@ -35,6 +36,9 @@ class VNAPlot;
 class VNAStatusBar;
 class VnaLib;
 
+class CalMeasureDlg;
+class SOLCalDlg;
+class SOLTCalDlg;
 class ChannelControlPanel;
 class TriggerControlPanel;
 class StimulusControlPanel;
@@ -370,6 +374,51 @@ public slots:
     void gatingCoupledSettingsEnabled(bool enabled);
 
     // --- calibration (mainwindow_calibration.cpp) ------------------------------------------------
+    // The operator's mechanical calibration of the active channel: type and kit, the standards,
+    // the file, and the record into the channel.
+    void calStartNewCalibration();
+    // Asks before replacing a calibration, then for the file; into the active channel.
+    void calLoad();
+    // A .vnacal file into a channel. Unless silent, a file made on another sweep asks whether
+    // the channel takes that sweep; silent, loadStimulus decides. False when nothing was loaded:
+    // the reason goes to a message box, or the error queue when silent.
+    bool calLoad(int channel, const QString& path, bool silent, bool loadStimulus);
+    void calUnload(int channel);
+    void calUnload();
+    void calEnabledChanged(int channel, bool enabled);
+    void calEnabledChanged(bool enabled);
+    void calInterpolateChanged(int channel, bool enabled);
+    void calInterpolateChanged(bool enabled);
+    // The active channel takes the sweep its calibration was made on.
+    void calUseStimulus();
+    void calShowProperties();
+    // A standard just measured, shown on the traces of the channel being calibrated.
+    void calUpdateMainUI(const SParametersRaw& raw);
+    // The calibration-set view of a trace; the forms without a trace act on the active one.
+    void calSetViewerEnabled(int trace, bool enabled);
+    void calSetViewerEnabled(bool enabled);
+    void calSetViewerDisplayChanged(int trace, int display);
+    void calSetViewerDisplayChanged(int display);
+    void calSetViewerStdTermChanged(int trace, int term);
+    void calSetViewerStdTermChanged(int term);
+    void calSetViewerErrTermChanged(int trace, int term);
+    void calSetViewerErrTermChanged(int term);
+    void aboutToShowCalibrationMenu();
+    // Remote calibration: one working record of the window, measured through a dialog that the
+    // operator sees. Each queues its own errors.
+    // True while any calibration dialog holds the instrument.
+    bool CalibrationInProgress() const { return model.DeviceHeld(); }
+    // Starts measuring a new record of the type (port 0 or 1 for SOL) on the channel's sweep,
+    // with the working record's kit.
+    void calRemoteStart(int channel, VNACalType type, int port);
+    // One step of the remote calibration; port 1 or 2 for the reflect steps, the kit's standard
+    // ID where the step takes one. Returns the step's result.
+    bool calRemoteMeasure(CalStep step, int port, int id);
+    bool calRemoteSelectKit(const QString& name);
+    QString calRemoteKitName() const { return remoteCal.GetCalKit().CalKitName; }
+    // Ends the remote calibration: the record written to path and put into the channel.
+    void calRemoteSave(int channel, const QString& path);
+    void calRemoteCalClosed();
 
     // --- fixtures and port extension (mainwindow_fixtures.cpp) -----------------------------------
 
@@ -413,6 +462,17 @@ private:
     void setThemeIcons();
     void ConnectModelSignals();
     void LoadFactoryCalInThread();
+    void InitCalibrationMenu(QMenu* menu);
+    void PerformCalibration();
+    // Runs the measuring dialog of the record's type for a channel; true when accepted.
+    bool RunCalibrationDialog(VNACalibration& cal, int channel);
+    // Solves the record for the sweep the channel will have, off the GUI thread, and puts it
+    // into the channel.
+    void SetChannelCalibration(int channel, VNACalibration cal, bool takeStimulus);
+    // The remote dialog, whichever type it is; null when no remote calibration runs.
+    CalMeasureDlg* RemoteCalDialog() const;
+    // Stops every calibration dialog for good: the instrument is about to go.
+    void EndCalibrations();
     void ShowDevice(const QString& name);
     void ResetToDefaultTrace();
     void QuickSetup(const QVector<VNATraceMeas>& measurements, bool ask);
@@ -476,6 +536,16 @@ private:
     QMenu* deleteChannelMenu = nullptr;
     QMenu* activeChannelMenu = nullptr;
     QAction* spurRejectAction = nullptr;
+    QAction* calEnabledAction = nullptr;
+    QAction* calInterpolateAction = nullptr;
+    QVector<QAction*> calLoadedActions;  // enabled only while the active channel has a calibration
+    // The calibration in progress: the operator's dialog, the remote client's working record
+    // and dialog (in the slot of its type), and the channel the standards are shown on.
+    CalMeasureDlg* operatorCalDialog = nullptr;
+    VNACalibration remoteCal;
+    SOLCalDlg* remoteSOLDialog = nullptr;
+    SOLTCalDlg* remoteSOLTDialog = nullptr;
+    int calChannel = -1;
     QAction* progressAction = nullptr;
     QProgressBar* progressBar = nullptr;
     QVector<QAction*> iconActions;

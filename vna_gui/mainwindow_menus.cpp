@@ -140,17 +140,7 @@ void MainWindow::InitMenuBar()
     connect(activeChannelMenu, &QMenu::triggered, this,
             [this](QAction* a) { channelSelected(a->data().toInt()); });
 
-    // The calibration workflows arrive with their dialogs; their entries stand ready.
-    QMenu* calibration = menuBar()->addMenu(tr("Calibration"));
-    for (const char* entry :
-         {QT_TR_NOOP("Start New Calibration (Mechanical)"),
-          QT_TR_NOOP("Start New Calibration (Electronic)"), QT_TR_NOOP("Load Calibration"),
-          QT_TR_NOOP("Unload Calibration"), QT_TR_NOOP("Calibration Enabled"),
-          QT_TR_NOOP("Interpolation Enabled"), QT_TR_NOOP("Use Calibration Stimulus"),
-          QT_TR_NOOP("Calibration Properties"), QT_TR_NOOP("Manage Calibration Kits")})
-    {
-        calibration->addAction(tr(entry))->setEnabled(false);
-    }
+    InitCalibrationMenu(menuBar()->addMenu(tr("Calibration")));
 
     QMenu* settings = menuBar()->addMenu(tr("Settings"));
     QMenu* reference = settings->addMenu(tr("Reference"));

@@ -252,6 +252,10 @@ void VNAChannel::Save(ApplicationSettings& s) const
     }
     MeasCal.Save(s, QStringLiteral("MeasCal"));
     s.Save(QStringLiteral("CalibrationLoaded"), calibration.CorrectionsLoaded());
+    if (calibration.CorrectionsLoaded())
+    {
+        calibration.Save(s);
+    }
     portExtension.Save(s);
     deembedding.Save(s, QStringLiteral("Deembedding"));
     embedding.Save(s, QStringLiteral("Embedding"));
@@ -281,6 +285,19 @@ void VNAChannel::Load(ApplicationSettings& s)
         avgCurrent = current;
     }
     MeasCal.Load(s, QStringLiteral("MeasCal"));
+    bool calLoaded = calibration.CorrectionsLoaded();
+    s.Load(QStringLiteral("CalibrationLoaded"), calLoaded);
+    if (calLoaded)
+    {
+        // Into a fresh record: nothing of the present calibration may survive in it.
+        VNACalibration loaded;
+        loaded.Load(s);
+        calibration = loaded;
+    }
+    else
+    {
+        calibration.Unload();
+    }
     portExtension.Load(s);
     deembedding.Load(s, QStringLiteral("Deembedding"));
     embedding.Load(s, QStringLiteral("Embedding"));

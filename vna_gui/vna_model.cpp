@@ -58,7 +58,7 @@ VNAModel::~VNAModel()
 
 void VNAModel::MeasStart()
 {
-    if (!device.Connected() || measRunning.load())
+    if (deviceHeld || !device.Connected() || measRunning.load())
     {
         return;
     }

@@ -35,6 +35,11 @@ public:
     void MeasStart();
     void MeasStop();
     bool MeasRunning() const { return measRunning.load(); }
+    // While a calibration dialog holds the instrument MeasStart does nothing: the dialog's own
+    // thread sweeps, and an edit that restarts the loop around a change leaves it stopped.
+    // Written and read on the GUI thread only.
+    void SetDeviceHeld(bool held) { deviceHeld = held; }
+    bool DeviceHeld() const { return deviceHeld; }
     // Asks the loop for a full reconfiguration at its next round without stopping it.
     void RequestReconfigure();
     void UpdateTempSetpoint();
@@ -262,6 +267,7 @@ private:
 
     std::thread measThread;
     std::atomic<bool> measRunning{false};
+    bool deviceHeld = false;
     std::atomic<bool> reconfigure{false};
     // Orders the loop's cycle sleep against a wake-up, so that none is lost between the check of
     // measRunning and reconfigure and the sleep.

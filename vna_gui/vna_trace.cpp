@@ -1006,9 +1006,31 @@ void VNATrace::ApplyEquation(const VNAModel* model, CplxVector& d)
     equationValid = EquationTools::EvaluateEquation(equation, d, model, &equationError);
 }
 
-void VNATrace::ApplyCalSetView(const VNAChannel&, CplxVector&)
+void VNATrace::ApplyCalSetView(const VNAChannel& ch, CplxVector& d)
 {
-    // Hook for the calibration-set view: replaces d by the chosen calibration term.
+    // The chain runs under the trace lock, under which the loop swaps in rebuilt terms.
+    const VNACalibration& cal = ch.calibration;
+    CplxVector term;
+    cal.GetCalSetStd(term, calSetDisplay, calSetStdTerm, calSetErrTerm);
+    if (term.isEmpty())
+    {
+        return;  // nothing stored for that choice: the measurement stays
+    }
+    if (calSetDisplay != CalSetViewMeasured)
+    {
+        // Error terms are solved on the channel's own sweep.
+        d.resize(term.size());
+        std::copy(term.constBegin(), term.constEnd(), d.begin());
+        return;
+    }
+    // Standards were measured on the calibration's sweep: carried to the channel's.
+    const QVector<double> from = cal.GetStimulus().GetFreqVector();
+    const QVector<double> to = ch.stimulus.GetFreqVector();
+    d.resize(to.size());
+    for (int i = 0; i < to.size(); ++i)
+    {
+        d[i] = InterpolateArray(from, term, to[i]);
+    }
 }
 
 void VNATrace::ApplyGate(CplxVector& d, double f0, double df)

@@ -7,6 +7,7 @@
 
 #include "application_settings.h"
 #include "cal_fixtures.h"
+#include "cal_workflow.h"
 #include "error_model.h"
 #include "matrix.h"
 #include "test_fixtures.h"
@@ -397,6 +398,143 @@ private slots:
         SolveSlidingLoad(two, 2, 0, false);
         QCOMPARE(two[0].S11, CplxVector(2, 0.0));
         QCOMPARE(TriangleArea(0.0, 1.0, cplx(0, 1)), 0.5);
+    }
+
+    // A finished record over an older file of another type: the file afterwards holds exactly
+    // what a fresh save of the record holds, no scratch file is left beside it, and the record
+    // comes back solved as a separate solve of the same data. A folder that cannot exist fails
+    // with the file named.
+    void workflowFileReplacesTheOldOne()
+    {
+        QTemporaryDir dir;
+        // Enough points for the vectors to take the file's fast path.
+        const VNAStimulus stim = testfx::Stimulus(40e6, 20e9, 1001);
+        testfx::SyntheticCal one;
+        one.type = SOL;
+        const testfx::ErrorModel m = testfx::ErrorModel::Random(5);
+        const VNACalibration sol = testfx::MeasureCalibration(one, testfx::ModelKit(), stim, m, m);
+        const QString path = dir.filePath(QStringLiteral("cal.vnacal"));
+        QString error;
+        QVERIFY(WriteCalibrationFile(sol, path, error));
+
+        VNACalibration solt = MakeSolt(stim);
+        // One vector whose floats hold every byte value in every position but the exponent's,
+        // next to each other in many orders (quotes, backslashes, separators, hex digits).
+        CplxVector& probe = solt.MeasuredStd(StdS11Short);
+        auto floatOf = [](int k)
+        {
+            const unsigned char b[4] = {static_cast<unsigned char>(k),
+                                        static_cast<unsigned char>(k * 7 + 3),
+                                        static_cast<unsigned char>(k * 13 + 5), 0x3f};
+            float f = 0;
+            memcpy(&f, b, sizeof f);
+            return double(f);
+        };
+        for (int i = 0; i < probe.size(); ++i)
+        {
+            probe[i] = cplx(floatOf(i), floatOf(i + 500));
+        }
+        VNACalibration reference = solt;
+        const QString fresh = dir.filePath(QStringLiteral("fresh.vnacal"));
+        {
+            ApplicationSettings s(fresh);
+            reference.Save(s);
+        }
+        reference.BuildCorrections(stim);
+        QVERIFY(SaveAndBuildCalibration(solt, path, error));
+        QVERIFY(solt.CorrectionsReady());
+        for (int k = 0; k < VNACalibration::kTermCount; ++k)
+        {
+            QCOMPARE(solt.ErrorTerm(k), reference.ErrorTerm(k));
+        }
+        // Key by key, as the settings layer reads both files.
+        QStringList keys = KeysOf(path), expected = KeysOf(fresh);
+        keys.sort();
+        expected.sort();
+        QCOMPARE(keys, expected);
+        const QSettings written(path, QSettings::IniFormat), plain(fresh, QSettings::IniFormat);
+        for (const QString& key : expected)
+        {
+            const QVariant a = written.value(key), b = plain.value(key);
+            QVERIFY2(a.type() == b.type(), qPrintable(key));
+            QVERIFY2(a.type() == QVariant::ByteArray ? a.toByteArray() == b.toByteArray()
+                                                     : a.toString() == b.toString(),
+                     qPrintable(key));
+        }
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
+
+        VNACalibration back;
+        bool ok = false;
+        {
+            ApplicationSettings s(path);
+            back.Load(s, ok, error);
+        }
+        QVERIFY2(ok, qPrintable(error));
+        QCOMPARE(back.GetCalType(), SOLT);
+        // The file keeps float precision.
+        for (int k = 0; k < VNACalibration::kTermCount; ++k)
+        {
+            const CplxVector& a = back.MeasuredStd(k);
+            const CplxVector& b = solt.MeasuredStd(k);
+            QCOMPARE(a.size(), b.size());
+            for (int i = 0; i < a.size(); ++i)
+            {
+                QVERIFY(std::abs(a[i] - b[i]) <= 1e-6 * std::max(1.0, std::abs(b[i])));
+            }
+        }
+
+        QFile blocker(dir.filePath(QStringLiteral("plain")));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const QString impossible = dir.filePath(QStringLiteral("plain/cal.vnacal"));
+        error.clear();
+        QVERIFY(!WriteCalibrationFile(solt, impossible, error));
+        QVERIFY(error.contains(impossible));
+    }
+
+    // An instrument state carries each channel's calibration: a channel loaded from it corrects
+    // as the saved one did (to the file's float precision), whatever record it held before, and
+    // a state saved without one unloads the channel's.
+    void channelStateCarriesItsCalibration()
+    {
+        QTemporaryDir dir;
+        const VNAStimulus stim = testfx::Stimulus(1e9, 20e9, 101);
+        VNAChannel saved(0);
+        saved.stimulus = stim;
+        saved.calibration = MakeSolt(stim);
+        saved.calibration.BuildCorrections(stim);
+        const QString path = dir.filePath(QStringLiteral("state.ini"));
+        {
+            ApplicationSettings s(path);
+            saved.Save(s);
+        }
+        VNAChannel restored(0);
+        testfx::SyntheticCal one;
+        one.type = SOL;
+        const testfx::ErrorModel m = testfx::ErrorModel::Random(6);
+        restored.calibration = testfx::MeasureCalibration(one, testfx::ModelKit(), stim, m, m);
+        {
+            ApplicationSettings s(path);
+            restored.Load(s);
+        }
+        QVERIFY(restored.calibration.CorrectionsLoaded());
+        QCOMPARE(restored.calibration.GetCalType(), SOLT);
+        restored.calibration.BuildCorrections(restored.stimulus);
+        const SParametersRaw raw = RawOfDut(stim);
+        const double drift =
+            testfx::MaxDifference(restored.ApplyCorrections(raw), saved.ApplyCorrections(raw));
+        QVERIFY2(drift < 1e-4, qPrintable(QString::number(drift)));
+
+        const QString bare = dir.filePath(QStringLiteral("bare.ini"));
+        {
+            ApplicationSettings s(bare);
+            VNAChannel(0).Save(s);
+        }
+        {
+            ApplicationSettings s(bare);
+            restored.Load(s);
+        }
+        QVERIFY(!restored.calibration.CorrectionsLoaded());
     }
 
     void channelCorrectsLiveSweep()
