@@ -147,10 +147,14 @@ void MainWindow::InitMenuBar()
           QT_TR_NOOP("Start New Calibration (Electronic)"), QT_TR_NOOP("Load Calibration"),
           QT_TR_NOOP("Unload Calibration"), QT_TR_NOOP("Calibration Enabled"),
           QT_TR_NOOP("Interpolation Enabled"), QT_TR_NOOP("Use Calibration Stimulus"),
-          QT_TR_NOOP("Calibration Properties"), QT_TR_NOOP("Manage Calibration Kits")})
+          QT_TR_NOOP("Calibration Properties")})
     {
         calibration->addAction(tr(entry))->setEnabled(false);
     }
+    connect(calibration->addAction(tr("Manage Calibration Kits")), &QAction::triggered, this,
+            &MainWindow::calEditCalKits);
+    connect(calibration->addAction(tr("System Verification")), &QAction::triggered, this,
+            &MainWindow::calSystemVerification);
 
     QMenu* settings = menuBar()->addMenu(tr("Settings"));
     QMenu* reference = settings->addMenu(tr("Reference"));
@@ -167,6 +171,8 @@ void MainWindow::InitMenuBar()
             &MainWindow::showErrorInfo);
     connect(utilities->addAction(tr("SCPI Log")), &QAction::triggered, this,
             &MainWindow::showSCPILog);
+    connect(utilities->addAction(tr("Write Factory Calibration")), &QAction::triggered, this,
+            &MainWindow::calWriteFactoryCal);
 
     QMenu* help = menuBar()->addMenu(tr("Help"));
     connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);
