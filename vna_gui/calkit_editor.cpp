@@ -1,5 +1,6 @@
 #include "calkit_editor.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QGridLayout>
