@@ -1,5 +1,6 @@
 // MainWindow: the kit list and its editors, kit characterisation, system verification, and the
 // factory calibration store (loading on connection, writing for service use).
+#include <QCoreApplication>
 #include <QDebug>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -76,7 +77,8 @@ void MainWindow::calEditCalKits()
 bool MainWindow::EditUserCalKit(const VNACalKit& kit, const QString& previousName)
 {
     CalKitEditDlg editor(
-        kit, [previousName](const VNACalKit& k, QString& error)
+        kit,
+        [previousName](const VNACalKit& k, QString& error)
         { return CheckUserCalKitName(k.CalKitName, previousName, error); },
         this);
     if (editor.exec() != QDialog::Accepted)
@@ -261,8 +263,7 @@ bool MainWindow::calKitCharacterize(const QString& name)
         return false;
     }
     QString error;
-    const int id =
-        CharacterizeStandard(model.activeChannelIndex, name, dialog.Request(), error);
+    const int id = CharacterizeStandard(model.activeChannelIndex, name, dialog.Request(), error);
     if (id < 0)
     {
         ShowMessageBoxWarning(this, tr("Characterize Standard"), error);
@@ -315,9 +316,9 @@ void MainWindow::calSystemVerification()
         return;
     }
     bool ok = false;
-    const double tolerance = QInputDialog::getDouble(
-        this, title, tr("Largest vector difference allowed:"), kDefaultVerificationTolerance,
-        1e-12, 2.0, 6, &ok);
+    const double tolerance =
+        QInputDialog::getDouble(this, title, tr("Largest vector difference allowed:"),
+                                kDefaultVerificationTolerance, 1e-12, 2.0, 6, &ok);
     VerificationReport report;
     QString error;
     if (!ok)
@@ -349,10 +350,9 @@ void MainWindow::LoadFactoryCalInThread()
         return;
     }
     qWarning() << "Factory calibration:" << detail;
-    emit threadShowMessageBoxSignal(tr("Factory Calibration"),
-                                    status == FactoryCal::Status::Missing
-                                        ? FactoryCal::MissingText()
-                                        : FactoryCal::InvalidText());
+    emit threadShowMessageBoxSignal(tr("Factory Calibration"), status == FactoryCal::Status::Missing
+                                                                   ? FactoryCal::MissingText()
+                                                                   : FactoryCal::InvalidText());
 }
 
 void MainWindow::InstallFactoryCal()
@@ -434,8 +434,7 @@ void MainWindow::calWriteFactoryCal()
     }
     if (!ShowMessageBoxQuestion(
             this, title,
-            tr("Replace the instrument's factory calibration with %1?").arg(cal.GetName()),
-            false))
+            tr("Replace the instrument's factory calibration with %1?").arg(cal.GetName()), false))
     {
         return;
     }
