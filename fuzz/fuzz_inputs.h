@@ -6,6 +6,8 @@
 
 #include <QBuffer>
 #include <QByteArray>
+#include <QCryptographicHash>
+#include <QtEndian>
 #include <QFile>
 #include <QMutexLocker>
 #include <QString>
@@ -23,6 +25,7 @@
 #include "application_settings.h"
 #include "equation_tools.h"
 #include "error_log.h"
+#include "factory_cal.h"
 #include "frequency.h"
 #include "kx_csv.h"
 #include "scpi_def.h"
@@ -305,6 +308,74 @@ inline bool Calibration(const uint8_t* data, size_t size)
     }
     return true;
 }
+// Factory calibration block, as read from an instrument's flash: any bytes. An odd first byte
+// (dropped) has the checksum made right first, so that the fuzzer also reaches the decompression
+// and the calibration reader behind the checksum. A refusal always says why; a block that reads
+// is a usable calibration, and the block built of it again reads back the same measurements.
+inline void ResealFactoryBlock(QByteArray& block)
+{
+    if (block.size() < FactoryCal::kHeaderSize)
+    {
+        return;
+    }
+    const quint32 announced = qFromLittleEndian<quint32>(block.constData() + 24);
+    const int available = block.size() - FactoryCal::kHeaderSize;
+    const int payload = announced < quint32(available) ? int(announced) : available;
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    hash.addData(block.constData(), 32);
+    hash.addData(block.constData() + FactoryCal::kHeaderSize, payload);
+    std::memcpy(block.data() + 32, hash.result().constData(), 32);
+}
+
+inline bool SameMeasurements(const VNACalibration& a, const VNACalibration& b)
+{
+    for (int t = 0; t < VNACalibration::kTermCount; ++t)
+    {
+        const CplxVector &x = a.MeasuredStd(t), &y = b.MeasuredStd(t);
+        if (x.size() != y.size() ||
+            std::memcmp(x.constData(), y.constData(), sizeof(x[0]) * size_t(x.size())) != 0)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+inline bool FactoryCalBlock(const uint8_t* data, size_t size)
+{
+    const bool reseal = size > 0 && (data[0] & 1);
+    QByteArray block = QByteArray(reinterpret_cast<const char*>(data), int(size));
+    if (reseal)
+    {
+        block.remove(0, 1);
+        ResealFactoryBlock(block);
+    }
+    FactoryCal::BlockHeader header;
+    QByteArray contents;
+    QString error;
+    if (!FactoryCal::ParseBlock(block, header, contents, error))
+    {
+        return !error.isEmpty();
+    }
+    VNACalibration cal;
+    if (!FactoryCal::CalibrationFromText(contents, QStringLiteral("fuzz.vnacal"), cal, error))
+    {
+        return !error.isEmpty();
+    }
+    if (cal.GetStimulus().points > 4001)
+    {
+        return FactoryCal::IsUsable(cal, error);  // a rebuild would only cost time
+    }
+    QByteArray again;
+    QByteArray againContents;
+    VNACalibration back;
+    return FactoryCal::BuildBlock(cal, header.serial, again, error) &&
+           FactoryCal::ParseBlock(again, header, againContents, error) &&
+           FactoryCal::CalibrationFromText(againContents, QStringLiteral("again.vnacal"), back,
+                                           error) &&
+           SameMeasurements(cal, back);
+}
+
 // Limit and ripple table files (CSV): the cells must survive a write and a read unchanged, a
 // loaded table must save and load back as itself, a refusal must say why and change nothing, and
 // the limit verdict of a loaded table must not depend on the order of the points.

@@ -21,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "sim_factory.h"
 #include "sim_model.h"
 #include "sim_scene.h"
 #include "sim_server.h"
@@ -212,6 +213,9 @@ struct Device
     Clock::time_point thermalTime = Clock::now();
     std::vector<unsigned char> flash;
     unsigned long flashDate = 0;
+    // The flash holds the shipped factory calibration until it is written or erased; the block
+    // is made the first time it is asked for.
+    bool factoryFlash = true;
 
     // Guards worker: started and joined only with Sim::mutex released.
     std::mutex joinMutex;
@@ -341,6 +345,18 @@ Device* Find(int handle)
     }
     Device* d = &S().devices[handle - 1];
     return d->open ? d : nullptr;
+}
+
+// The device of an open handle with its flash filled, or null; the caller holds S().mutex.
+Device* FindWithFlash(int handle)
+{
+    Device* d = Find(handle);
+    if (d && d->factoryFlash && d->flash.empty())
+    {
+        d->flash = FactoryCalBlock(kSerials[handle - 1]);
+        d->flashDate = kFactoryFlashDate;
+    }
+    return d;
 }
 
 // Formats "name(a,b,...)" and records it; the caller holds S().mutex.
@@ -531,6 +547,17 @@ std::string HandleCommand(const std::string& line)
         vnaSimSetNoise(w[1] == "on");
         return "ok";
     }
+    if (w[0] == "flash" && w.size() == 2 && (w[1] == "erase" || w[1] == "factory"))
+    {
+        LOCKED;
+        for (Device& d : S().devices)
+        {
+            d.flash.clear();
+            d.flashDate = 0;
+            d.factoryFlash = w[1] == "factory";
+        }
+        return "ok";
+    }
     if (w[0] == "crosstalk" && w.size() == 2 && (w[1] == "on" || w[1] == "off"))
     {
         LOCKED;
@@ -581,8 +608,8 @@ std::string HandleCommand(const std::string& line)
     {
         return "ok connect port 1|2 nothing|short|open|load|sliding K|kit short|open|load "
                "[delay PS loss GOHM z0 OHM c0..c3 l0..l3]; connect thru [delay PS loss GOHM z0 "
-               "OHM]; load dut FILE; disconnect; noise on|off; crosstalk on|off; seed N; reset; "
-               "scene?; status?";
+               "OHM]; load dut FILE; disconnect; noise on|off; crosstalk on|off; seed N; "
+               "flash erase|factory; reset; scene?; status?";
     }
     LOCKED;
     bool handled = false;
@@ -1001,7 +1028,7 @@ extern "C"
     {
         LOCKED;
         LogCall("vnaFactoryCalGetDate", handle);
-        Device* d = Find(handle);
+        Device* d = FindWithFlash(handle);
         if (!d)
         {
             return -1;
@@ -1015,7 +1042,7 @@ extern "C"
     {
         LOCKED;
         LogCall("vnaFactoryCalRead", handle, size);
-        Device* d = Find(handle);
+        Device* d = FindWithFlash(handle);
         if (!d || !data || size <= 0 || d->flash.empty())
         {
             return -1;
@@ -1080,6 +1107,7 @@ extern "C"
             d.fanFixed = false;
             d.flash.clear();
             d.flashDate = 0;
+            d.factoryFlash = true;
         }
         S().scene = Scene();
         S().noise = true;

@@ -17,8 +17,9 @@ extern "C"
     // Trace noise and spurs on (1) or off (0); off makes every sweep exact and repeatable.
     VNA_SIM_EXPORT void vnaSimSetNoise(int on);
     VNA_SIM_EXPORT void vnaSimSetSeed(unsigned long long seed);
-    // Closes every device, clears the scene (nothing on both ports), the call log, the flash
-    // and the settings; noise back on with the default seed. The loopback port stays as it is.
+    // Closes every device, clears the scene (nothing on both ports), the call log and the
+    // settings, and puts the shipped factory calibration back on the flash; noise back on with
+    // the default seed. The loopback port stays as it is.
     VNA_SIM_EXPORT void vnaSimReset(void);
 
     // Calls of the device operations. The log holds one line per call, "name(arg,arg,...)",

@@ -191,6 +191,7 @@ public:
 
         TimeDomain(round, ch);
         Limits(ch, start, stop, round);
+        FactoryCal(round);
 
         if (round % 3 == 0)
         {
@@ -291,6 +292,21 @@ public:
         {
             Query(gate + q, ok);
         }
+    }
+
+    // The factory correction switched off and on again now and then, each time read back: the
+    // loop sweeps fewer directions while it is off.
+    void FactoryCal(int round)
+    {
+        if (round % 5 != 2)
+        {
+            return;
+        }
+        bool ok = false;
+        Send(":SYST:PREF:FCAL:STAT OFF");
+        Query(":SYST:PREF:FCAL:STAT?", ok);
+        Send(":SYST:PREF:FCAL:STAT ON");
+        Query(":SYST:PREF:FCAL:STAT?", ok);
     }
 
     // Limit and ripple tables over the sweep, their verdicts, and now and then a data form

@@ -8,6 +8,7 @@
 #include <QLockFile>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <atomic>
 #include <cstdio>
 
@@ -401,4 +402,49 @@ bool SaveFileWhole(const QString& path, const QByteArray& contents)
     }
     // Without a commit the temporary file is discarded.
     return file.write(contents) == contents.size() && file.commit();
+}
+
+bool SettingsToBytes(const std::function<void(ApplicationSettings&)>& write, QByteArray& bytes)
+{
+    const QTemporaryDir dir;
+    if (!dir.isValid())
+    {
+        return false;
+    }
+    const QString path = dir.filePath(QStringLiteral("contents.ini"));
+    {
+        ApplicationSettings settings(path);
+        write(settings);
+        while (!settings.group().isEmpty())
+        {
+            settings.EndGroup();
+        }
+        settings.Sync();
+        if (settings.WriteStatus() != QSettings::NoError)
+        {
+            return false;
+        }
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+    {
+        bytes.clear();  // a store that wrote nothing leaves no file: no bytes
+        return !file.exists();
+    }
+    bytes = file.readAll();
+    return true;
+}
+
+bool SettingsFromBytes(const QByteArray& bytes, const QString& fileName,
+                       const std::function<void(ApplicationSettings&)>& read)
+{
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(fileName);
+    if (!dir.isValid() || !SaveFileWhole(path, bytes))
+    {
+        return false;
+    }
+    ApplicationSettings settings(path);
+    read(settings);
+    return true;
 }

@@ -8,6 +8,7 @@
 #include <QVariant>
 #include <QVector>
 #include <complex>
+#include <functional>
 
 class ApplicationSettings : public QSettings
 {
@@ -94,3 +95,11 @@ bool IsValidFileName(const QString& name);
 // Replaces the file at `path` with `contents` whole, or leaves whatever stood there untouched
 // and returns false.
 bool SaveFileWhole(const QString& path, const QByteArray& contents);
+
+// Settings as bytes, for files that travel as a whole (a kit exported, a calibration on the
+// instrument's flash). write fills a store on a private scratch file; bytes is the file it gives.
+bool SettingsToBytes(const std::function<void(ApplicationSettings&)>& write, QByteArray& bytes);
+// read runs on a store over bytes, held in a private scratch file of the given name (loaders take
+// names from it). False when the scratch file cannot be made.
+bool SettingsFromBytes(const QByteArray& bytes, const QString& fileName,
+                       const std::function<void(ApplicationSettings&)>& read);

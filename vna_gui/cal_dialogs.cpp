@@ -12,7 +12,7 @@
 
 #include "application_settings.h"
 #include "cal_workflow.h"
-#include "calkit_list.h"
+#include "vna_calkit_list.h"
 #include "preferences.h"
 #include "vna_device.h"
 #include "vna_model.h"
@@ -75,7 +75,7 @@ CalSetupDlg::CalSetupDlg(QWidget* parent) : KXDialog(tr("Start New Mechanical Ca
     calType->AddItem(VNACalTypeToString(SOLR), int(SOLR));
     calKit = new KXComboBox(this);
     calKit->setObjectName(QStringLiteral("calKit"));
-    for (const CalKitInfo& kit : ReadCalKitInfo())
+    for (const CalKitListEntry& kit : ReadCalKitList())
     {
         calKit->AddItem(kit.name, kit.name);
     }

@@ -207,9 +207,13 @@ void MainWindow::ConnectModelSignals()
 // ---------------------------------------------------------------------------------------------
 // Device
 
-void MainWindow::LoadFactoryCalInThread()
+void MainWindow::ExitLoopWhenRunning(QEventLoop* loop)
 {
-    // The factory calibration store reads from here once it exists; the demo has none.
+    while (!loop->isRunning())
+    {
+        SystemSleep(1);
+    }
+    loop->exit(0);
 }
 
 void MainWindow::ConnectDeviceInThread(QEventLoop* loop)
@@ -218,12 +222,7 @@ void MainWindow::ConnectDeviceInThread(QEventLoop* loop)
     {
         LoadFactoryCalInThread();
     }
-    // The loop may not have started yet; exiting it before exec() would be lost.
-    while (!loop->isRunning())
-    {
-        SystemSleep(1);
-    }
-    loop->exit(0);
+    ExitLoopWhenRunning(loop);
 }
 
 void MainWindow::ConnectDeviceBySerialInThread(int serial, QEventLoop* loop)
@@ -232,11 +231,7 @@ void MainWindow::ConnectDeviceBySerialInThread(int serial, QEventLoop* loop)
     {
         LoadFactoryCalInThread();
     }
-    while (!loop->isRunning())
-    {
-        SystemSleep(1);
-    }
-    loop->exit(0);
+    ExitLoopWhenRunning(loop);
 }
 
 void MainWindow::ShowDevice(const QString& name)
@@ -260,6 +255,7 @@ bool MainWindow::ConnectDevice()
         progress.show();
     }
     QEventLoop loop;
+    factoryCal = VNACalibration();  // the demo device has none
     std::thread t(&MainWindow::ConnectDeviceInThread, this, &loop);
     SetThreadName(t, "VNA Open Device Thread");
     loop.exec();
@@ -296,6 +292,7 @@ bool MainWindow::ConnectDevice()
         name = tr("Demo Device");
         demo = true;
     }
+    InstallFactoryCal();
     ShowDevice(name);
     MeasStart();
     if (demo)
@@ -308,6 +305,7 @@ bool MainWindow::ConnectDevice()
 bool MainWindow::ConnectDevice(int serial)
 {
     QEventLoop loop;
+    factoryCal = VNACalibration();
     std::thread t(&MainWindow::ConnectDeviceBySerialInThread, this, serial, &loop);
     SetThreadName(t, "VNA Open Device Thread");
     loop.exec();
@@ -324,6 +322,7 @@ bool MainWindow::ConnectDevice(int serial)
         }
         return false;
     }
+    InstallFactoryCal();
     ShowDevice(model.device.GetDeviceName());
     MeasStart();
     return true;
@@ -335,6 +334,8 @@ void MainWindow::DisconnectDevice()
     MeasStop();
     model.device.SetFanSpeed(50.0);
     model.device.Disconnect();
+    factoryCal = VNACalibration();
+    InstallFactoryCal();
     PresetInstrumentState(true, false);
     statusBarWidget->ClearStatusBar();
     updatePlots();

@@ -39,6 +39,9 @@ class VnaLib;
 class CalMeasureDlg;
 class SOLCalDlg;
 class SOLTCalDlg;
+struct StandardCharacterization;
+struct VerificationReport;
+
 class ChannelControlPanel;
 class TriggerControlPanel;
 class StimulusControlPanel;
@@ -121,6 +124,22 @@ public:
     void SCPIHandleCommand(Scpi* scpi);
     // Ends the lockout box, as the operator's "Return to Local" does.
     void SCPIReturnToLocal();
+
+    // --- kit procedures and the factory calibration (mainwindow_calkits.cpp) -------------------
+    // The factory calibration the last connection found; empty without one.
+    const VNACalibration& FactoryCalibration() const { return factoryCal; }
+    // Puts a calibration on the instrument's flash from the "VNA Write Factory Cal to Device
+    // Thread" and gives the channels the calibration the instrument then holds. False with the
+    // reason.
+    bool WriteFactoryCal(const VNACalibration& cal, QString& error);
+    // Measures a standard on a calibrated channel and adds it to a user kit as a data based
+    // standard; returns its ID, or -1 with the reason.
+    int CharacterizeStandard(int channel, const QString& kitName,
+                             const StandardCharacterization& request, QString& error);
+    // Measures a verification device on a calibrated channel and compares it with its
+    // Touchstone data. False with the reason when nothing could be compared.
+    bool VerifyChannel(int channel, const QString& path, double tolerance,
+                       VerificationReport& report, QString& error);
 
 public slots:
     void connectDevice();
@@ -419,6 +438,22 @@ public slots:
     // Ends the remote calibration: the record written to path and put into the channel.
     void calRemoteSave(int channel, const QString& path);
     void calRemoteCalClosed();
+    // Kits, kit procedures and the factory calibration (mainwindow_calkits.cpp). The kit slots
+    // take a name of the kit list and return whether the list changed; system kits refuse
+    // changes with a warning.
+    void calEditCalKits();
+    bool calKitNew();
+    bool calKitCopy(const QString& name);
+    bool calKitEdit(const QString& name);
+    bool calKitDelete(const QString& name);
+    bool calKitImport();
+    bool calKitExport(const QString& name);
+    bool calKitCharacterize(const QString& name);
+    void calSystemVerification();
+    // The factory correction preference, as the preferences and the remote command set it.
+    void calUseFactoryCal(bool use);
+    // Service use: a .vnacal file onto the instrument's flash as its factory calibration.
+    void calWriteFactoryCal();
 
     // --- fixtures and port extension (mainwindow_fixtures.cpp) -----------------------------------
 
@@ -473,6 +508,16 @@ private:
     CalMeasureDlg* RemoteCalDialog() const;
     // Stops every calibration dialog for good: the instrument is about to go.
     void EndCalibrations();
+    // Gives every channel the factory calibration found, stopping the loop meanwhile.
+    void InstallFactoryCal();
+    // Ends a local event loop from the thread it waits for: exiting one that has not started
+    // yet would be lost.
+    static void ExitLoopWhenRunning(QEventLoop* loop);
+    // One fresh sweep of the channel, corrected as the channel corrects; false with the reason
+    // when the channel applies no correction or no sweep arrived. Keeps the window alive.
+    bool MeasureCorrectedSweep(int channel, SParameters& corrected, QString& error);
+    // Opens the kit editor; true once the kit is saved as a user kit (renamed from previousName).
+    bool EditUserCalKit(const VNACalKit& kit, const QString& previousName);
     void ShowDevice(const QString& name);
     void ResetToDefaultTrace();
     void QuickSetup(const QVector<VNATraceMeas>& measurements, bool ask);
@@ -506,6 +551,8 @@ private:
     int limitFailSounds = 0;
 
     VNAModel model;
+    // Written by the connect and factory-write threads while the window waits for them.
+    VNACalibration factoryCal;
     QVector<VNAPlot*> plots;
     QTcpServer* scpiServer = nullptr;
     // The client being served, or null. Clients that left while one of their commands ran wait

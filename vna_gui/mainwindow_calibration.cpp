@@ -10,7 +10,7 @@
 
 #include "application_settings.h"
 #include "cal_dialogs.h"
-#include "calkit_list.h"
+#include "vna_calkit_list.h"
 #include "error_log.h"
 #include "file_dialogs.h"
 #include "mainwindow.h"
@@ -53,8 +53,10 @@ void MainWindow::InitCalibrationMenu(QMenu* menu)
     QAction* properties = menu->addAction(tr("Calibration Properties"));
     connect(properties, &QAction::triggered, this, &MainWindow::calShowProperties);
     calLoadedActions = {unload, useStimulus, properties};
-    // Kit management arrives with the kit editors.
-    menu->addAction(tr("Manage Calibration Kits"))->setEnabled(false);
+    connect(menu->addAction(tr("Manage Calibration Kits")), &QAction::triggered, this,
+            &MainWindow::calEditCalKits);
+    connect(menu->addAction(tr("System Verification")), &QAction::triggered, this,
+            &MainWindow::calSystemVerification);
 }
 
 void MainWindow::aboutToShowCalibrationMenu()

@@ -157,6 +157,8 @@ void MainWindow::InitMenuBar()
             &MainWindow::showErrorInfo);
     connect(utilities->addAction(tr("SCPI Log")), &QAction::triggered, this,
             &MainWindow::showSCPILog);
+    connect(utilities->addAction(tr("Write Factory Calibration")), &QAction::triggered, this,
+            &MainWindow::calWriteFactoryCal);
 
     QMenu* help = menuBar()->addMenu(tr("Help"));
     connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);

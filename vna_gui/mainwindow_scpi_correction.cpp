@@ -3,7 +3,7 @@
 #include <QMutexLocker>
 
 #include "application_settings.h"
-#include "calkit_list.h"
+#include "vna_calkit_list.h"
 #include "error_log.h"
 #include "mainwindow.h"
 #include "mainwindow_scpi.h"
@@ -150,7 +150,7 @@ void ErrorTermQuery(ScpiContext& c)
 
 void KitCatalog(ScpiContext& c)
 {
-    for (const CalKitInfo& kit : ReadCalKitInfo())
+    for (const CalKitListEntry& kit : ReadCalKitList())
     {
         c.cmd.SubmitReply(kit.name);
     }
@@ -294,7 +294,7 @@ const ScpiFamily& scpiCorrectionFamily()
          {38, [](S& c) { ReplyCalibration(c, CalTypeText); }},
          {39, ErrorTermQuery},
          {40, KitCatalog},
-         {41, [](S& c) { c.cmd.SubmitReply(int(ReadCalKitInfo().size())); }},
+         {41, [](S& c) { c.cmd.SubmitReply(int(ReadCalKitList().size())); }},
          // The working record belongs to the window: the channel suffix is not read.
          {42, SelectKit},
          {43, [](S& c) { c.cmd.SubmitReply(c.window.calRemoteKitName()); }},

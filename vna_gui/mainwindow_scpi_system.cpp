@@ -145,7 +145,7 @@ void FactoryCalState(ScpiContext& c)
     bool use = false;
     if (c.cmd.GetNextParameterBool(use))
     {
-        Preferences::Get().SetUseFactoryCal(use);
+        c.window.calUseFactoryCal(use);
     }
 }
 

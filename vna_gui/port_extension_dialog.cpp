@@ -16,8 +16,6 @@ namespace
 {
 // Metres per second, as the distance readouts of the plots use it.
 constexpr double kSpeedOfLight = 299792500.0;
-// However short the sweeps, a measurement that has not arrived by then never will.
-constexpr qint64 kMinTimeoutMs = 5000;
 
 KXLineEdit* NumberEdit(const QString& unit, double lo, double hi, int decimals, QWidget* parent)
 {
@@ -219,23 +217,9 @@ void VNAPortExtensionDialog::MeasurePort(int port, int standard)
         status->setText(tr("No sweep is running on this channel."));
         return;
     }
-    // A restart throws away the sweep under way and clears averaging, so the sweep waited for
-    // is taken whole with the standard in place. Both directions are swept meanwhile, whatever
-    // the channel's traces ask for.
-    model.MeasStop();
-    ch.measureBothPorts = true;
-    if (ch.sweepMode.GetMode() == VNASweepMode::Hold)
-    {
-        ch.sweepMode.SetMode(VNASweepMode::Single);
-    }
-    targetSweeps = ch.sweepsDone.load() + 1;
-    double sweepTime = 0.0;
-    for (const VNAChannel* c : model.channels)
-    {
-        sweepTime += c->enabled ? 2.0 * c->stimulus.EstimateSweepTime() : 0.0;
-    }
-    timeoutMs = kMinTimeoutMs + qint64(4000.0 * sweepTime);
-    model.MeasStart();
+    // The sweep waited for is taken whole with the standard in place.
+    targetSweeps = model.BeginFreshSweep(channel);
+    timeoutMs = model.FreshSweepTimeoutMs();
     measuring = true;
     measPort = port;
     measStandard = standard;
@@ -282,7 +266,7 @@ void VNAPortExtensionDialog::FinishMeasurement(const QString& text)
     }
     poll.stop();
     measuring = false;
-    model.channels[channel]->measureBothPorts = false;
+    model.EndFreshSweep(channel);
     status->setText(text);
     updateControls();
 }

@@ -184,8 +184,7 @@ bool VNAChannel::RawReceiver(const QString& word, CplxVector& out) const
 
 SParameters VNAChannel::ApplyCorrections(const SParametersRaw& raw) const
 {
-    if (calibrationEnabled && calibration.CorrectionsReady() &&
-        (!calibration.IsInterpolated() || interpolationEnabled))
+    if (AppliesUserCorrection())
     {
         return calibration.ApplyCorrections(raw, interpolationEnabled);
     }
@@ -194,6 +193,18 @@ SParameters VNAChannel::ApplyCorrections(const SParametersRaw& raw) const
         return factoryCalibration.ApplyCorrections(raw, true);
     }
     return raw.ToSParam();
+}
+
+bool VNAChannel::AppliesUserCorrection() const
+{
+    return calibrationEnabled && calibration.CorrectionsReady() &&
+           (!calibration.IsInterpolated() || interpolationEnabled);
+}
+
+bool VNAChannel::AppliesFactoryCorrection() const
+{
+    return !AppliesUserCorrection() && Preferences::Get().UseFactoryCal() &&
+           factoryCalibration.CorrectionsReady();
 }
 
 bool VNAChannel::IsFullyCorrected() const

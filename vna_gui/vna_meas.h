@@ -62,6 +62,10 @@ public:
     // The receiver named "a1fwd" ... "b2rev" into out; false for any other word.
     bool RawReceiver(const QString& word, CplxVector& out) const;
     SParameters ApplyCorrections(const SParametersRaw& raw) const;
+    // Which correction ApplyCorrections uses: the user calibration when it is on and fits the
+    // sweep, otherwise the factory one when the preference asks for it and it fits.
+    bool AppliesUserCorrection() const;
+    bool AppliesFactoryCorrection() const;
     bool IsFullyCorrected() const;
     bool IsInterpolating() const;
     // Copies everything but the index and the locks.

@@ -205,6 +205,43 @@ void VNAModel::channelPortsEnabled(int channel, bool& fwd, bool& rev)
     {
         fwd = rev = true;
     }
+    // The factory correction is a two-port one too: corrected S11 needs the reverse sweep.
+    const VNAChannel& ch = *channels[channel];
+    if (ch.AppliesFactoryCorrection() && Is2PortCal(ch.factoryCalibration.GetCalType()))
+    {
+        fwd = rev = true;
+    }
+}
+
+uint64_t VNAModel::BeginFreshSweep(int channel)
+{
+    VNAChannel& ch = *channels[channel];
+    // A restart throws away the sweep under way and clears averaging, so the sweep waited for
+    // is taken whole with what is connected now.
+    MeasStop();
+    ch.measureBothPorts = true;
+    if (ch.sweepMode.GetMode() == VNASweepMode::Hold)
+    {
+        ch.sweepMode.SetMode(VNASweepMode::Single);
+    }
+    const uint64_t target = ch.sweepsDone.load() + 1;
+    MeasStart();
+    return target;
+}
+
+void VNAModel::EndFreshSweep(int channel)
+{
+    channels[channel]->measureBothPorts = false;
+}
+
+qint64 VNAModel::FreshSweepTimeoutMs() const
+{
+    double sweepTime = 0.0;
+    for (const VNAChannel* c : channels)
+    {
+        sweepTime += c->enabled ? 2.0 * c->stimulus.EstimateSweepTime() : 0.0;
+    }
+    return 5000 + qint64(4000.0 * sweepTime);
 }
 
 void VNAModel::SetTriggerMode(int channel, VNASweepMode::Mode mode)

@@ -48,6 +48,13 @@ public:
     void SetTriggerMode(int channel, VNASweepMode::Mode mode);
     // True while an enabled channel still has a single sweep to finish.
     bool SingleSweepPending() const;
+    // Restarts the loop so that the channel's next sweep is taken whole, with both directions
+    // whatever its traces ask for (a channel in hold sweeps once). Returns the channel's
+    // sweepsDone count that marks that sweep. EndFreshSweep gives the directions back.
+    uint64_t BeginFreshSweep(int channel);
+    void EndFreshSweep(int channel);
+    // How long one sweep of every enabled channel may take, with a generous margin.
+    qint64 FreshSweepTimeoutMs() const;
 
     // --- trace chain ------------------------------------------------------------------------
     // Runs the chain for every trace of the channel under traceLock. Emits updateControlsSignal

@@ -16,60 +16,17 @@
 #include "mainwindow.h"
 #include "modal_answerer.h"
 #include "test_fixtures.h"
+#include "widget_driver.h"
 #include "vna_lib.h"
 #include "vna_limits.h"
 #include "vna_plot.h"
 
+using testfx::Click;
 using testfx::ModalAnswerer;
+using testfx::Type;
 
 namespace
 {
-QPushButton* ButtonOf(QWidget* w, const QString& text)
-{
-    for (QPushButton* b : w->findChildren<QPushButton*>())
-    {
-        if (b->text() == text)
-        {
-            return b;
-        }
-    }
-    return nullptr;
-}
-
-void Click(QWidget* w, const QString& text)
-{
-    QPushButton* b = ButtonOf(w, text);
-    QVERIFY2(b, qPrintable(text));
-    b->click();
-}
-
-// Types into a field and finishes the edit as the operator does.
-void Type(QWidget* dialog, const char* field, const QString& text)
-{
-    auto* edit = dialog->findChild<KXLineEdit*>(QLatin1String(field));
-    QVERIFY2(edit, field);
-    edit->setFocus();
-    edit->selectAll();
-    QTest::keyClicks(edit, text);
-    QTest::keyClick(edit, Qt::Key_Return);
-}
-
-// Picks a type with the keyboard, which the combo reports as the operator's choice.
-void ChooseType(QWidget* dialog, int type)
-{
-    auto* combo = dialog->findChild<KXComboBox*>(QStringLiteral("type"));
-    QVERIFY(combo);
-    combo->setFocus();
-    while (combo->currentIndex() > type)
-    {
-        QTest::keyClick(combo, Qt::Key_Up);
-    }
-    while (combo->currentIndex() < type)
-    {
-        QTest::keyClick(combo, Qt::Key_Down);
-    }
-}
-
 bool SameRanges(const QVector<VNALimitRange>& a, const QVector<VNALimitRange>& b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
@@ -160,7 +117,7 @@ void TestLimitsUi::limitEditorRowsFilesAndRefusals()
     QVERIFY(start->isEnabled());
     QCOMPARE(start->Value(), 0.0);
     QCOMPARE(ed.findChild<KXLineEdit*>(QStringLiteral("stopFreq"))->Value(), 40e9);
-    ChooseType(&ed, LimitMin);
+    testfx::Choose(&ed, "type", LimitMin);
     Type(&ed, "startFreq", "1 GHz");
     Type(&ed, "stopFreq", "2.5 GHz");
     Type(&ed, "startOffset", "-3.25");
@@ -267,7 +224,7 @@ void TestLimitsUi::rippleEditorRoundTrip()
     }
     Click(&ed, "Add Range");
     QCOMPARE(ed.Ranges().value(0).type, RippleAbsolute);
-    ChooseType(&ed, RippleMargin);
+    testfx::Choose(&ed, "type", RippleMargin);
     Type(&ed, "startFreq", "2.6 GHz");
     Type(&ed, "stopFreq", "2.8 GHz");
     Type(&ed, "maxRipple", "0.75");

@@ -16,7 +16,7 @@
 #include "application_settings.h"
 #include "cal_dialogs.h"
 #include "cal_fixtures.h"
-#include "calkit_list.h"
+#include "vna_calkit_list.h"
 #include "control_panels.h"
 #include "error_log.h"
 #include "line_client.h"
@@ -206,7 +206,7 @@ void TestCalibrationWorkflow::initTestCase()
     for (const auto& [name, k] :
          {std::make_pair(kKitName, kit), std::make_pair(kSlidingKitName, sliding)})
     {
-        ApplicationSettings s(GetUserCalKitDirectory() + QLatin1String(name) + ".skt");
+        ApplicationSettings s(GetUserCalKitFolder() + QLatin1String(name) + ".skt");
         k.Save(s);
     }
     kit.CalKitName = QString::fromLatin1(kKitName);
@@ -475,7 +475,7 @@ void TestCalibrationWorkflow::remoteFailedStepsAndDisconnect()
     QVERIFY2(IsError(notComplete, -200, "Calibration not complete. Cannot save."),
              notComplete.constData());
     const QList<QByteArray> kitParts = kits.split('|');
-    const QVector<CalKitInfo> list = ReadCalKitInfo();
+    const QVector<CalKitListEntry> list = ReadCalKitList();
     QCOMPARE(kitParts.value(0).toInt(), list.size());
     QVERIFY(kitParts.value(1).split(',').contains("85052D"));
     QVERIFY(kitParts.value(1).split(',').contains(kKitName));

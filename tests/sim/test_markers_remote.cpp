@@ -150,6 +150,11 @@ void TestMarkersRemote::initTestCase()
     vnaSimSetServerPort(0);
     QVERIFY2(lib.Load(QStringLiteral(VNA_SIM_LIBRARY)), qPrintable(lib.LoadError()));
     vnaSimReset();
+    // The expected trace is the file seen through the uncorrected instrument: no factory
+    // calibration on the flash.
+    char reply[64];
+    vnaSimCommand("flash erase", reply, sizeof(reply));
+    QCOMPARE(QByteArray(reply), QByteArray("ok"));
     window = new MainWindow(nullptr, &lib);
     QVERIFY(window->Model().device.Connected());
     port = window->SCPIServerPort();

@@ -253,7 +253,9 @@ private slots:
         QVERIFY(third2 >= 0.0 && third2 <= 100.0);
         QVERIFY(fourth < 1200);
 
-        // Simulated flash: absent, written, read back, dated.
+        // Simulated flash: the shipped calibration, then erased, written, read back, dated.
+        QVERIFY(dev.HasFactoryCalOnFlash());
+        QCOMPARE(Cmd("flash erase"), QStringLiteral("ok"));
         QVERIFY(!dev.HasFactoryCalOnFlash());
         std::vector<unsigned char> block(300);
         for (size_t i = 0; i < block.size(); ++i)

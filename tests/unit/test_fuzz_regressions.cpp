@@ -56,7 +56,8 @@ void TestFuzzRegressions::replay_data()
     QVERIFY2(QDir(findings).exists(), qPrintable(findings));
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
     for (const char* harness :
-         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits", "equations"})
+         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits", "equations",
+          "factory_cal"})
     {
         const QString name = QString::fromLatin1(harness);
         QTest::newRow(qPrintable("seeds " + name)) << name << seeds + name;
@@ -92,6 +93,8 @@ void TestFuzzRegressions::replay()
             consistent = fuzzinputs::LimitTables(Bytes(b), size_t(b.size()));
         else if (harness == QLatin1String("equations"))
             consistent = fuzzinputs::Equations(Bytes(b), size_t(b.size()));
+        else if (harness == QLatin1String("factory_cal"))
+            consistent = fuzzinputs::FactoryCalBlock(Bytes(b), size_t(b.size()));
         else
             consistent = fuzzinputs::TextParsers(Bytes(b), size_t(b.size()));
         QVERIFY2(consistent, qPrintable(input.first));
