@@ -8,6 +8,7 @@
 
 #include "application_settings.h"
 #include "cal_fixtures.h"
+#include "sim_calibration.h"
 #include "test_fixtures.h"
 #include "touchstone.h"
 #include "vna_device.h"
@@ -16,6 +17,13 @@
 #include "vna_sim.h"
 
 using cplx = std::complex<double>;
+using testfx::CalibrateOnSim;
+using testfx::ConnectThru;
+using testfx::Measure;
+using testfx::Scene;
+using testfx::SimCal;
+using testfx::SweepFreqs;
+using testfx::WriteExact;
 
 namespace
 {
@@ -29,157 +37,6 @@ VNAStimulus CalStimulus()
     VNAStimulus s = testfx::Stimulus(40e6, 39.94e9, 101);
     s.ifbw = 100000.0;
     return s;
-}
-
-// The frequencies as the instrument steps them.
-QVector<double> SweepFreqs(const VNAStimulus& s)
-{
-    QVector<double> f(s.points);
-    for (int i = 0; i < s.points; ++i)
-    {
-        f[i] = s.points > 1 ? s.start + i * (s.stop - s.start) / (s.points - 1) : s.start;
-    }
-    return f;
-}
-
-QString Num(double v)
-{
-    return QString::number(v, 'g', 17);
-}
-
-bool Scene(const QString& line)
-{
-    char reply[512];
-    const int rc = vnaSimCommand(qPrintable(line), reply, sizeof(reply));
-    if (rc != 0)
-    {
-        qWarning("scene command \"%s\" failed: %s", qPrintable(line), reply);
-    }
-    return rc == 0;
-}
-
-// The scene command that puts a kit's reflect standard, with its offset and polynomial, on a port.
-QString ConnectStandard(const CalKitStandardInfo& s, int port)
-{
-    const char* kind = s.Type == VNAStdShort ? "short" : s.Type == VNAStdOpen ? "open" : "load";
-    return QStringLiteral("connect port %1 kit %2 delay %3 loss %4 z0 %5 c0 %6 c1 %7 c2 %8 c3 %9")
-               .arg(port + 1)
-               .arg(QLatin1String(kind), Num(s.Delay), Num(s.Loss), Num(s.Z0), Num(s.C0), Num(s.C1),
-                    Num(s.C2), Num(s.C3)) +
-           QStringLiteral(" l0 %1 l1 %2 l2 %3 l3 %4")
-               .arg(Num(s.L0), Num(s.L1), Num(s.L2), Num(s.L3));
-}
-
-QString ConnectThru(double delayPs, double lossGOhm, double z0)
-{
-    return QStringLiteral("connect thru delay %1 loss %2 z0 %3")
-        .arg(Num(delayPs), Num(lossGOhm), Num(z0));
-}
-
-// One standard (or device) measured as the workflow measures it: configured for both directions
-// with the calibration's HDR flags, then `count` paced sweeps, polled to their end and averaged
-// as a plain complex mean.
-SParametersRaw Measure(VNADevice& dev, const VNAStimulus& stim, bool hdr, bool hdrThru,
-                       int count = 1)
-{
-    dev.Configure(stim, true, true, true, hdr, hdrThru, false);
-    SParametersRaw sum;
-    for (int k = 0; k < count; ++k)
-    {
-        SParametersRaw r;
-        r.Resize(stim.points);
-        dev.StartSweep(r);
-        int fwd = 0, rev = 0;
-        double percent = 0.0;
-        // A guard against a stuck instrument, not a timing check.
-        for (int polls = 0; polls < 5000; ++polls)
-        {
-            dev.GetSweepUpdate(fwd, rev, percent);
-            if (fwd == stim.points && rev == stim.points)
-            {
-                break;
-            }
-            SystemSleep(2);
-        }
-        dev.FinishSweep();
-        if (k == 0)
-        {
-            sum = r;
-        }
-        else
-        {
-            sum.Add(r);
-        }
-    }
-    sum.Scale(1.0 / count);
-    return sum;
-}
-
-SParametersRaw Receivers(VNADevice& dev, const VNAStimulus& stim, int port)
-{
-    dev.ConfigureRecievers(stim, port);
-    SParametersRaw r;
-    r.Resize(stim.points);
-    dev.GetRecievers(r);
-    return r;
-}
-
-struct SimCal
-{
-    VNACalType type = SOLT;
-    int port = 0;           // SOL only
-    bool isolation = true;  // two-port only
-    QString thruCommand;    // the scene command that connects the thru
-};
-
-// Every role measured on the simulator, one port and one standard at a time, and the record
-// filled as the workflow fills it. SOLR sweeps without HDR and reads the switch terms right after
-// the thru, with the thru still connected.
-VNACalibration CalibrateOnSim(VNADevice& dev, const SimCal& setup, const VNACalKit& kit,
-                              const VNAStimulus& stim)
-{
-    const bool hdr = setup.type != SOLR;
-    testfx::CalSweeps sweeps;
-    const int kitIds[3] = {testfx::kShortId, testfx::kOpenId, testfx::kLoadId};
-    for (int p = 0; p < 2; ++p)
-    {
-        if (setup.type == SOL && p != setup.port)
-        {
-            continue;
-        }
-        for (int r = 0; r < 3; ++r)
-        {
-            bool found = false;
-            if (!Scene(ConnectStandard(kit.GetStandard(kitIds[r], found), p)))
-            {
-                return VNACalibration();
-            }
-            sweeps.reflect[p][r] = Measure(dev, stim, hdr, false);
-        }
-    }
-    if (setup.type != SOL)
-    {
-        if (!Scene(setup.thruCommand))
-        {
-            return VNACalibration();
-        }
-        sweeps.thru = Measure(dev, stim, hdr, setup.type == SOLT);
-        if (setup.type == SOLR)
-        {
-            sweeps.receiversFwd = Receivers(dev, stim, 0);
-            sweeps.receiversRev = Receivers(dev, stim, 1);
-        }
-        if (setup.isolation)
-        {
-            if (!Scene(QStringLiteral("connect port 1 load")) ||
-                !Scene(QStringLiteral("connect port 2 load")))
-            {
-                return VNACalibration();
-            }
-            sweeps.isolation = Measure(dev, stim, hdr, false);
-        }
-    }
-    return testfx::FillCalibration(setup.type, setup.port, kit, stim, sweeps);
 }
 
 // A demanding two-port of our own: strong, unequal reflections, transmission that differs
@@ -238,27 +95,6 @@ SParameters DutAt(const Dut& dut, const QVector<double>& f)
         }
     }
     return s;
-}
-
-// A two-port written at full precision on exactly the sweep's points, so that the scene shows
-// these values unchanged.
-QString WriteExact(const QTemporaryDir& dir, const QString& name, const QVector<double>& f,
-                   const testfx::TwoPortFn& device)
-{
-    QByteArray text = "# Hz S RI R 50\n";
-    for (double fq : f)
-    {
-        cplx s[4];
-        device(fq, s);
-        text += QByteArray::number(fq, 'g', 17);
-        for (int k = 0; k < 4; ++k)
-        {
-            text += ' ' + QByteArray::number(s[k].real(), 'g', 17) + ' ' +
-                    QByteArray::number(s[k].imag(), 'g', 17);
-        }
-        text += '\n';
-    }
-    return testfx::WriteFile(dir, name, text);
 }
 
 struct Terms
