@@ -1,8 +1,13 @@
 // Fixtures through the remote interface, on a channel calibrated on the instrument simulator. The
 // simulator measures a device through fixtures of the test's own, cascaded here in ABCD form;
 // de-embedding the fixture files must give back the device, embedding others must give their
-// cascade, and port extension must take out matched lines in front of the fixtures.
+// cascade, and port extension must take out matched lines in front of the fixtures. Last, the
+// automatic port extension, run from the Fixtures panel, measures a lossy cable with an open on
+// one port and a short on the other.
+#include <QCheckBox>
+#include <QDialogButtonBox>
 #include <QMutexLocker>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <cmath>
@@ -11,6 +16,8 @@
 #include "error_log.h"
 #include "line_client.h"
 #include "mainwindow.h"
+#include "modal_answerer.h"
+#include "port_extension_dialog.h"
 #include "sim_calibration.h"
 #include "test_fixtures.h"
 #include "vna_lib.h"
@@ -129,6 +136,26 @@ TwoPortFn MatchedLine(const PortExtensionSettings& e, int port)
     };
 }
 
+// One-way loss in dB of a cable: skin effect and a little dielectric loss.
+double CableLossDb(double f)
+{
+    return 0.25 * std::sqrt(f / 1e9) + 0.012 * f / 1e9;
+}
+
+// A cable of one-way delay tau on each port, ending in an open on port 1 and a short on port 2;
+// nothing passes between the ports.
+TwoPortFn OpenAndShortBehindCables(const double tau[2])
+{
+    const double t0 = tau[0], t1 = tau[1];
+    return [t0, t1](double f, cplx s[4])
+    {
+        const double twoWay = std::pow(10.0, -2.0 * CableLossDb(f) / 20.0);
+        s[0] = twoWay * std::polar(1.0, -4.0 * M_PI * f * t0);
+        s[3] = -twoWay * std::polar(1.0, -4.0 * M_PI * f * t1);
+        s[1] = s[2] = 0.0;
+    };
+}
+
 // The four parameters of a two-port at the sweep's points.
 SParameters At(const TwoPortFn& fn, const QVector<double>& f)
 {
@@ -178,6 +205,7 @@ private slots:
     void deembedRecoversTheDeviceAndEmbedAddsOtherFixtures();
     void suffixRulesAndFilesThatDoNotLoad();
     void portExtensionBeforeTheFixtures();
+    void autoExtensionFromThePanel();
 
 private:
     void Session(const std::function<void(LineClient&)>& body);
@@ -471,6 +499,75 @@ void TestFixturesRemote::portExtensionBeforeTheFixtures()
     {
         QVERIFY2(error < kExact, qPrintable(QString::number(error)));
     }
+}
+
+void TestFixturesRemote::autoExtensionFromThePanel()
+{
+    VNAModel& m = window->Model();
+    // Short enough for the phase to turn less than half a turn between points of this sweep.
+    const double tau[2] = {0.8e-9, 0.35e-9};
+    Sweep(OpenAndShortBehindCables(tau), QStringLiteral("cables.s2p"));
+    window->panelButtonClicked(4);
+    QWidget* panel = window->Panel(4);
+    QVERIFY(panel);
+
+    // The dialog measures each port with "Measure Loss" on, from sweeps of the live channel, and
+    // hands its result over on Ok.
+    QStringList status;
+    testfx::ModalAnswerer answer;
+    answer.onDialog = [&](QDialog* d)
+    {
+        auto* dialog = qobject_cast<VNAPortExtensionDialog*>(d);
+        if (!dialog)
+        {
+            d->reject();
+            return;
+        }
+        // What an earlier setup left (the DC offset above all) goes first.
+        dialog->findChild<QPushButton*>(QStringLiteral("clearAll"))->click();
+        dialog->findChild<QCheckBox*>(QStringLiteral("measureLoss"))->setChecked(true);
+        for (const char* button : {"measurePort1Open", "measurePort2Short"})
+        {
+            dialog->findChild<QPushButton*>(QLatin1String(button))->click();
+            // A guard against a sweep that never comes, not a timing check.
+            QTRY_VERIFY_WITH_TIMEOUT(!dialog->Measuring(), 30000);
+            status.append(dialog->StatusText());
+        }
+        dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    };
+    panel->findChild<QPushButton*>(QStringLiteral("configPortExtension"))->click();
+    QCOMPARE(status, QStringList({"Measured.", "Measured."}));
+    const PortExtensionSettings e = m.GetPortExtension(0);
+    QVERIFY(!e.enabled);
+    QVERIFY2(std::fabs(e.delay[0] - tau[0]) < 1e-12 && std::fabs(e.delay[1] - tau[1]) < 1e-12,
+             qPrintable(QString("delays %1 s, %2 s").arg(e.delay[0]).arg(e.delay[1])));
+    QVERIFY(e.use1[0] && e.use1[1] && e.use2[0] && e.use2[1]);
+    QCOMPARE(e.lossDC, 0.0);
+
+    // Switched on in the panel, the open and the short read as themselves across the band.
+    panel->findChild<QCheckBox*>(QStringLiteral("portExtension"))->click();
+    QVERIFY(m.GetPortExtension(0).enabled);
+    SParameters extended;
+    Session([&](LineClient& c) { extended = Read(c, "FDATA"); });
+    window->calConfigurePortExtensionEnabled(0, false);
+    m.SetPortExtension(0, PortExtensionSettings());
+    QCOMPARE(extended.S11.size(), kPoints);
+    QCOMPARE(extended.S22.size(), kPoints);
+    double worstDeg = 0.0, worstDb = 0.0;
+    for (int i = 0; i < kPoints; ++i)
+    {
+        for (const cplx r : {extended.S11[i], -extended.S22[i]})
+        {
+            worstDeg = std::max(worstDeg, std::fabs(std::arg(r)) * 180.0 / M_PI);
+            worstDb = std::max(worstDb, std::fabs(20.0 * std::log10(std::abs(r))));
+        }
+    }
+    qInfo("open and short after the automatic extension: worst %.3g deg, %.3g dB", worstDeg,
+          worstDb);
+    QVERIFY2(worstDeg < 1.0, qPrintable(QString::number(worstDeg)));
+    QVERIFY2(worstDb < 0.05, qPrintable(QString::number(worstDb)));
+    // The cables alone are far outside those bounds: the check measures the extension.
+    QVERIFY(2.0 * CableLossDb(f.last()) > 1.0);
 }
 
 QTEST_MAIN(TestFixturesRemote)
