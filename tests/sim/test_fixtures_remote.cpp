@@ -214,6 +214,8 @@ private:
     // The four measurements as the remote client reads them: the processed data through the
     // Smith format (FDATA?), or the corrected data (SDATA?).
     SParameters Read(LineClient& c, const char* kind);
+    // Loads both fixture files into the de-embedding object and switches it on.
+    void DeembedBothFixtures(LineClient& c);
 
     VnaLib lib;
     QTemporaryDir dir;
@@ -244,6 +246,13 @@ SParameters TestFixturesRemote::Read(LineClient& c, const char* kind)
             c.Query(QStringLiteral(":CALC1:MEAS%1:DATA:%2?").arg(k + 1).arg(kind).toLatin1()));
     }
     return s;
+}
+
+void TestFixturesRemote::DeembedBothFixtures(LineClient& c)
+{
+    c.Send(":SENS1:CORR:DEEMB:PORT1:LOAD " + Quoted(fixture1) + '\n');
+    c.Send(":SENS1:CORR:DEEMB:PORT2:LOAD " + Quoted(fixture2) + '\n');
+    c.Send(":SENS1:CORR:DEEMB:STAT ON\n");
 }
 
 void TestFixturesRemote::Sweep(const TwoPortFn& device, const QString& name)
@@ -337,9 +346,7 @@ void TestFixturesRemote::deembedRecoversTheDeviceAndEmbedAddsOtherFixtures()
         [&](LineClient& c)
         {
             plain = Read(c, "FDATA");
-            c.Send(":SENS1:CORR:DEEMB:PORT1:LOAD " + Quoted(fixture1) + '\n');
-            c.Send(":SENS1:CORR:DEEMB:PORT2:LOAD " + Quoted(fixture2) + '\n');
-            c.Send(":SENS1:CORR:DEEMB:STAT ON\n");
+            DeembedBothFixtures(c);
             state = c.Query(":SENS1:CORR:DEEMB:STAT?");
             loaded = c.Query(":SENS1:CORR:DEEMB:PORT1:LOAD?;:SENS1:CORR:DEEMB:PORT2:LOAD?");
             deembedded = Read(c, "FDATA");
@@ -480,9 +487,7 @@ void TestFixturesRemote::portExtensionBeforeTheFixtures()
         [&](LineClient& c)
         {
             extended = Read(c, "FDATA");
-            c.Send(":SENS1:CORR:DEEMB:PORT1:LOAD " + Quoted(fixture1) + '\n');
-            c.Send(":SENS1:CORR:DEEMB:PORT2:LOAD " + Quoted(fixture2) + '\n');
-            c.Send(":SENS1:CORR:DEEMB:STAT ON\n");
+            DeembedBothFixtures(c);
             deembedded = Read(c, "FDATA");
             corrected = Read(c, "SDATA");
             c.Send(":SENS1:CORR:DEEMB:STAT OFF\n");
