@@ -1,7 +1,7 @@
 // Soak client: drives the program's remote interface on loopback for a set time with a mix of
-// stimulus changes, data, marker, calibration, time-domain and gating commands and deliberate
-// garbage, then reports what was answered, what was not, the errors the program queued and its
-// resident memory.
+// stimulus changes, data, marker, calibration, fixture, time-domain and gating commands and
+// deliberate garbage, then reports what was answered, what was not, the errors the program queued
+// and its resident memory.
 //   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 1000] [--seed N]
 // Exits 1 when the program stops answering altogether (connection lost, or nothing answered).
 #include <QByteArray>
@@ -12,7 +12,9 @@
 #include <QRandomGenerator>
 #include <QStringList>
 #include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QThread>
+#include <cmath>
 #include <cstdio>
 
 namespace
@@ -70,7 +72,7 @@ qint64 ResidentKb(qint64 pid)
 class Client
 {
 public:
-    Client(const Options& o, Counts& c) : opt(o), counts(c), rng(o.seed) {}
+    Client(const Options& o, Counts& c) : opt(o), counts(c), rng(o.seed) { WriteFixtureFiles(); }
 
     bool Connect(int waitMs)
     {
@@ -192,6 +194,7 @@ public:
         TimeDomain(round, ch);
         Limits(ch, start, stop, round);
         FactoryCal(round);
+        Fixtures(ch, round);
 
         if (round % 3 == 0)
         {
@@ -307,6 +310,35 @@ public:
         Query(":SYST:PREF:FCAL:STAT?", ok);
         Send(":SYST:PREF:FCAL:STAT ON");
         Query(":SYST:PREF:FCAL:STAT?", ok);
+    }
+
+    // Fixture files on both ports of both objects, switched on and off, and now and then a file
+    // that does not load (-2), a port suffix out of range (-100) or a port cleared.
+    void Fixtures(int ch, int round)
+    {
+        bool ok = false;
+        const QString object =
+            QStringLiteral(":SENS%1:CORR:%2").arg(ch).arg(round % 2 ? "EMB" : "DEEMB");
+        const int port = 1 + (round / 2) % 2;
+        auto send = [&](const QString& rest) { Send((object + rest).toLatin1()); };
+        auto ask = [&](const QString& rest) { Query((object + rest).toLatin1(), ok); };
+        send(QStringLiteral(":PORT%1:LOAD \"%2\"").arg(port).arg(fixtureFile));
+        send(QStringLiteral(":STAT %1").arg(round % 3 == 2 ? "OFF" : "ON"));
+        ask(QStringLiteral(":STAT?"));
+        ask(QStringLiteral(":PORT1:LOAD?"));
+        ask(QStringLiteral(":PORT2:LOAD?"));
+        if (round % 5 == 0)
+        {
+            send(QStringLiteral(":PORT%1:LOAD \"%2\"").arg(port).arg(badFile));
+        }
+        if (round % 6 == 0)
+        {
+            send(QStringLiteral(":PORT3:CLE"));
+        }
+        if (round % 4 == 3)
+        {
+            send(QStringLiteral(":PORT%1:CLE").arg(port));
+        }
     }
 
     // Limit and ripple tables over the sweep, their verdicts, and now and then a data form
@@ -493,6 +525,35 @@ public:
     }
 
 private:
+    // A lossy line over the whole band on a coarse grid, and a file that does not parse.
+    void WriteFixtureFiles()
+    {
+        QByteArray text = "# Hz S RI R 50\n";
+        for (int i = 0; i <= 40; ++i)
+        {
+            const double f = 40e6 + i * (40e9 - 40e6) / 40;
+            const double a = std::pow(10.0, -0.2 * std::sqrt(f / 1e9) / 20.0);
+            const double phase = -2.0 * M_PI * f * 0.3e-9;
+            const QByteArray re = QByteArray::number(a * std::cos(phase), 'g', 17);
+            const QByteArray im = QByteArray::number(a * std::sin(phase), 'g', 17);
+            text += QByteArray::number(f, 'g', 17) + " 0.01 0 " + re + ' ' + im + ' ' + re + ' ' +
+                    im + " 0.01 0\n";
+        }
+        fixtureFile = Write("line.s2p", text);
+        badFile = Write("bad.s2p", "# Hz S RI R 50\n1e9 0.1 banana\n");
+    }
+
+    QString Write(const char* name, const QByteArray& text)
+    {
+        const QString path = files.filePath(QLatin1String(name));
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+        {
+            std::fprintf(stderr, "soak: cannot write %s\n", qPrintable(path));
+        }
+        return path;
+    }
+
     void DropStray()
     {
         socket.waitForReadyRead(0);
@@ -507,6 +568,8 @@ private:
     Counts& counts;
     QRandomGenerator rng;
     QTcpSocket socket;
+    QTemporaryDir files;
+    QString fixtureFile, badFile;
 };
 
 bool ParseOptions(const QStringList& args, Options& o)

@@ -200,11 +200,28 @@ private:
     KXComboBox* errorTerms;
 };
 
-class FixtureControlPanel : public PendingControlsPanel
+// The active channel's port extension and its two fixture objects, de-embedding and embedding:
+// each with its switch, the file of each port, and a note when a file does not fit the sweep.
+class FixtureControlPanel : public PanelBase
 {
     Q_OBJECT
 public:
     explicit FixtureControlPanel(MainWindow* window);
+    void UpdateControls() override;
+
+private:
+    struct FixtureControls
+    {
+        QCheckBox* enabled = nullptr;
+        QLabel* file[2] = {nullptr, nullptr};
+        QLabel* warning = nullptr;
+    };
+    // kind: 0 de-embedding, 1 embedding.
+    void BuildFixture(int kind);
+    void ShowFixture(int kind, int channel);
+
+    QCheckBox* portExtension;
+    FixtureControls fixtures[2];  // de-embedding, embedding
 };
 
 // The markers of the selected trace: which marker is active, its flags and position, the peak

@@ -456,6 +456,32 @@ public slots:
     void calWriteFactoryCal();
 
     // --- fixtures and port extension (mainwindow_fixtures.cpp) -----------------------------------
+    // Forms with a channel act on it; the others act on the active channel, as the Fixtures panel
+    // does. Loads with a path return false when the file does not load: the previous fixture
+    // stays, the reason is shown and recorded. Loads without a path ask for the file.
+    void calConfigurePortExtension();
+    void calConfigurePortExtensionEnabled(int channel, bool enabled);
+    void calConfigurePortExtensionEnabled(bool enabled);
+    void calDeembedEnabled(int channel, bool enabled);
+    void calDeembedEnabled(bool enabled);
+    bool calDeembedLoadPort1(int channel, const QString& path);
+    bool calDeembedLoadPort2(int channel, const QString& path);
+    void calDeembedLoadPort1();
+    void calDeembedLoadPort2();
+    void calDeembedClearPort1(int channel);
+    void calDeembedClearPort2(int channel);
+    void calDeembedClearPort1();
+    void calDeembedClearPort2();
+    void calEmbedEnabled(int channel, bool enabled);
+    void calEmbedEnabled(bool enabled);
+    bool calEmbedLoadPort1(int channel, const QString& path);
+    bool calEmbedLoadPort2(int channel, const QString& path);
+    void calEmbedLoadPort1();
+    void calEmbedLoadPort2();
+    void calEmbedClearPort1(int channel);
+    void calEmbedClearPort2(int channel);
+    void calEmbedClearPort1();
+    void calEmbedClearPort2();
 
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
 

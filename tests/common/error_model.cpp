@@ -1,8 +1,11 @@
 #include "error_model.h"
 
+#include <QTemporaryDir>
 #include <algorithm>
 #include <cmath>
 #include <random>
+
+#include "test_fixtures.h"
 
 namespace testfx
 {
@@ -196,5 +199,24 @@ void LineParams(double z0, double delay, double loss, double f, cplx s[4])
 TwoPortFn Line(double z0, double delay, double loss)
 {
     return [z0, delay, loss](double f, cplx s[4]) { LineParams(z0, delay, loss, f, s); };
+}
+
+QString WriteExact(const QTemporaryDir& dir, const QString& name, const QVector<double>& f,
+                   const TwoPortFn& device)
+{
+    QByteArray text = "# Hz S RI R 50\n";
+    for (double fq : f)
+    {
+        cplx s[4];
+        device(fq, s);
+        text += QByteArray::number(fq, 'g', 17);
+        for (int k = 0; k < 4; ++k)
+        {
+            text += ' ' + QByteArray::number(s[k].real(), 'g', 17) + ' ' +
+                    QByteArray::number(s[k].imag(), 'g', 17);
+        }
+        text += '\n';
+    }
+    return WriteFile(dir, name, text);
 }
 }  // namespace testfx

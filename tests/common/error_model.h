@@ -5,12 +5,15 @@
 // a solver. Reusable by any test that needs measured standards or a measured device.
 #pragma once
 
+#include <QString>
 #include <QVector>
 #include <complex>
 #include <cstdint>
 #include <functional>
 
 #include "network_parameters.h"
+
+class QTemporaryDir;
 
 namespace testfx
 {
@@ -98,4 +101,9 @@ TwoPortFn Tabulated(const QVector<double>& freqs, const SParameters& s);
 // in a 50 ohm system, from the telegrapher's solution of the line.
 TwoPortFn Line(double z0, double delay, double loss);
 void LineParams(double z0, double delay, double loss, double f, cplx s[4]);
+
+// A two-port written as a Touchstone file at full precision on exactly the given points, so that
+// a reader (or the simulator's scene) takes these values unchanged; returns its path in dir.
+QString WriteExact(const QTemporaryDir& dir, const QString& name, const QVector<double>& f,
+                   const TwoPortFn& device);
 }  // namespace testfx

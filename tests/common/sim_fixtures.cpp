@@ -4,6 +4,8 @@
 
 #include "test_fixtures.h"
 #include "touchstone.h"
+#include "vna_device.h"
+#include "vna_model.h"
 #include "vna_sim.h"
 
 namespace testfx
@@ -114,5 +116,96 @@ CplxVector OnePortThroughDut(const SParameters& s, const QVector<double>& f, int
                            : s.S22[i] + product * match / (1.0 - s.S11[i] * match);
     }
     return out;
+}
+
+SParametersRaw Measure(VNADevice& dev, const VNAStimulus& stim, bool hdr, bool hdrThru, int count)
+{
+    dev.Configure(stim, true, true, true, hdr, hdrThru, false);
+    SParametersRaw sum;
+    for (int k = 0; k < count; ++k)
+    {
+        SParametersRaw r;
+        r.Resize(stim.points);
+        dev.StartSweep(r);
+        int fwd = 0, rev = 0;
+        double percent = 0.0;
+        // A guard against a stuck instrument, not a timing check.
+        for (int polls = 0; polls < 5000; ++polls)
+        {
+            dev.GetSweepUpdate(fwd, rev, percent);
+            if (fwd == stim.points && rev == stim.points)
+            {
+                break;
+            }
+            SystemSleep(2);
+        }
+        dev.FinishSweep();
+        if (k == 0)
+        {
+            sum = r;
+        }
+        else
+        {
+            sum.Add(r);
+        }
+    }
+    sum.Scale(1.0 / count);
+    return sum;
+}
+
+SParametersRaw Receivers(VNADevice& dev, const VNAStimulus& stim, int port)
+{
+    dev.ConfigureRecievers(stim, port);
+    SParametersRaw r;
+    r.Resize(stim.points);
+    dev.GetRecievers(r);
+    return r;
+}
+
+VNACalibration CalibrateOnSim(VNADevice& dev, const SimCal& setup, const VNACalKit& kit,
+                              const VNAStimulus& stim)
+{
+    const bool hdr = setup.type != SOLR;
+    CalSweeps sweeps;
+    const int kitIds[3] = {kShortId, kOpenId, kLoadId};
+    for (int p = 0; p < 2; ++p)
+    {
+        if (setup.type == SOL && p != setup.port)
+        {
+            continue;
+        }
+        for (int r = 0; r < 3; ++r)
+        {
+            bool found = false;
+            if (!Scene(ConnectStandard(kit.GetStandard(kitIds[r], found), p)))
+            {
+                return VNACalibration();
+            }
+            sweeps.reflect[p][r] = Measure(dev, stim, hdr, false);
+        }
+    }
+    if (setup.type != SOL)
+    {
+        if (!Scene(setup.thruCommand))
+        {
+            return VNACalibration();
+        }
+        sweeps.thru = Measure(dev, stim, hdr, setup.type == SOLT);
+        if (setup.type == SOLR)
+        {
+            sweeps.receiversFwd = Receivers(dev, stim, 0);
+            sweeps.receiversRev = Receivers(dev, stim, 1);
+        }
+        if (setup.isolation)
+        {
+            if (!Scene(QStringLiteral("connect port 1 load")) ||
+                !Scene(QStringLiteral("connect port 2 load")))
+            {
+                return VNACalibration();
+            }
+            sweeps.isolation = Measure(dev, stim, hdr, false);
+        }
+    }
+    return FillCalibration(setup.type, setup.port, kit, stim, sweeps);
 }
 }  // namespace testfx

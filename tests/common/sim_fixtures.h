@@ -7,9 +7,13 @@
 #include <QTemporaryDir>
 #include <QVector>
 
+#include "cal_fixtures.h"
 #include "network_parameters.h"
+#include "vna_calibration.h"
 #include "vna_calkit.h"
 #include "vna_stimulus.h"
+
+class VNADevice;
 
 namespace testfx
 {
@@ -46,4 +50,26 @@ SParameters DutAt(const Dut& dut, const QVector<double>& f);
 // reflection with the far port terminated by the simulator's load match there (elf while port
 // 1 drives, elr while port 2 drives), in closed form.
 CplxVector OnePortThroughDut(const SParameters& s, const QVector<double>& f, int port);
+
+// One standard (or device) measured as the workflow measures it: configured for both directions
+// with the calibration's HDR flags, then `count` paced sweeps, polled to their end and averaged
+// as a plain complex mean.
+SParametersRaw Measure(VNADevice& dev, const VNAStimulus& stim, bool hdr, bool hdrThru,
+                       int count = 1);
+// The receivers of one drive direction (port 0 or 1), for the switch terms.
+SParametersRaw Receivers(VNADevice& dev, const VNAStimulus& stim, int port);
+
+struct SimCal
+{
+    VNACalType type = SOLT;
+    int port = 0;           // SOL only
+    bool isolation = true;  // two-port only
+    QString thruCommand;    // the scene command that connects the thru
+};
+
+// Every role measured on the simulator, one port and one standard at a time, and the record
+// filled as the workflow fills it. SOLR sweeps without HDR and reads the switch terms right after
+// the thru, with the thru still connected. An empty record when a scene command fails.
+VNACalibration CalibrateOnSim(VNADevice& dev, const SimCal& setup, const VNACalKit& kit,
+                              const VNAStimulus& stim);
 }  // namespace testfx
