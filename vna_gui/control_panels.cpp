@@ -460,6 +460,8 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     aperture->SetRange(0.1, 25.0);
     aperture->SetIncrement(0.5);
     aperture->SetDecimals(1);
+    equationEnabled = new QCheckBox(this);
+    auto* equationEditor = new KXPushButton(tr("Equation Editor"), this);
     statsEnabled = new QCheckBox(this);
     autoRange = new QCheckBox(this);
     rangeStart = new KXLineEdit(KXLineEdit::FreqValue, this);
@@ -480,6 +482,8 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     f->addRow(tr("Show Memory Trace"), showMem);
     f->addRow(tr("Smoothing"), smooth);
     f->addRow(tr("Aperture (%)"), aperture);
+    f->addRow(tr("Equation Enabled"), equationEnabled);
+    f->addRow(equationEditor);
     f->addRow(tr("Stats Enabled"), statsEnabled);
     f->addRow(tr("Auto Range"), autoRange);
     f->addRow(tr("Range Start"), rangeStart);
@@ -488,9 +492,8 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     f->addRow(tr("Mag Offset"), magOffset);
     f->addRow(tr("Mag Slope"), magSlope);
     f->addRow(tr("Phase Offset"), phaseOffset);
-    // Equations, velocity factor and length arrive with the equation and fixture features.
-    for (const char* label : {QT_TR_NOOP("Equation Enabled"), QT_TR_NOOP("Equation Editor"),
-                              QT_TR_NOOP("Velocity Factor"), QT_TR_NOOP("Length")})
+    // Velocity factor and length arrive with the fixture feature.
+    for (const char* label : {QT_TR_NOOP("Velocity Factor"), QT_TR_NOOP("Length")})
     {
         auto* pending = new QLabel(QStringLiteral("-"), this);
         pending->setEnabled(false);
@@ -510,6 +513,9 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
             QOverload<bool>::of(&MainWindow::traceSmoothEnabledChanged));
     connect(aperture, valueEdited, w,
             QOverload<double>::of(&MainWindow::traceSmoothAperatureChanged));
+    connect(equationEnabled, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::equationEnabledChanged));
+    connect(equationEditor, &QPushButton::clicked, w, &MainWindow::equationEditorPressed);
     connect(statsEnabled, &QCheckBox::toggled, w,
             QOverload<bool>::of(&MainWindow::traceStatsEnabledChanged));
     connect(autoRange, &QCheckBox::toggled, w,
@@ -540,6 +546,7 @@ void MathPanel::UpdateControls()
     SetChecked(showMem, t->showMemTrace);
     SetChecked(smooth, t->smoothEnabled);
     aperture->SetValue(t->smoothPercent);
+    SetChecked(equationEnabled, t->equationEnabled);
     SetChecked(statsEnabled, t->statsEnabled);
     SetChecked(autoRange, t->statsAutoRange);
     rangeStart->SetValue(t->statsStart);

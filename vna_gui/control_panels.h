@@ -148,6 +148,7 @@ private:
     QCheckBox* showMem;
     QCheckBox* smooth;
     KXLineEdit* aperture;
+    QCheckBox* equationEnabled;
     QCheckBox* statsEnabled;
     QCheckBox* autoRange;
     KXLineEdit* rangeStart;

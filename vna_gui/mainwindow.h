@@ -374,6 +374,16 @@ public slots:
     // --- fixtures and port extension (mainwindow_fixtures.cpp) -----------------------------------
 
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
+    // The equation of a trace by index; the form without one acts on the active trace, as the
+    // Math panel does. A new setting takes the last equation error off the status bar: the next
+    // pass reports again if the equation still fails.
+    void equationEnabledChanged(int trace, bool enabled);
+    void equationEnabledChanged(bool enabled);
+    // Opens the equation editor on the active trace; its edits reach the trace as they are made.
+    void equationEditorPressed();
+    // Shows why an equation failed, unless no trace's equation fails that way any more: the
+    // report is queued, and an edit made meanwhile may have put things right.
+    void equationStatusMessage(const QString& text);
 
     // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);
