@@ -12,6 +12,7 @@
 
 #include "kx_widgets.h"
 #include "mainwindow.h"
+#include "time_domain.h"
 #include "trace_formats.h"
 #include "vna_trace.h"
 
@@ -467,6 +468,13 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     rangeStart = new KXLineEdit(KXLineEdit::FreqValue, this);
     rangeStop = new KXLineEdit(KXLineEdit::FreqValue, this);
     delay = new KXLineEdit(KXLineEdit::TimeValue, this);
+    velocity = new KXLineEdit(KXLineEdit::Number, this);
+    velocity->SetRange(0.01, 1.0);
+    velocity->SetIncrement(0.01);
+    velocity->SetDecimals(3);
+    length = new KXLineEdit(KXLineEdit::Number, this);
+    length->SetUnit(QStringLiteral("m"));
+    length->SetDecimals(4);
     magOffset = new KXLineEdit(KXLineEdit::Number, this);
     magOffset->SetUnit(QStringLiteral("dB"));
     magSlope = new KXLineEdit(KXLineEdit::Number, this);
@@ -489,16 +497,11 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     f->addRow(tr("Range Start"), rangeStart);
     f->addRow(tr("Range Stop"), rangeStop);
     f->addRow(tr("Electrical Delay"), delay);
+    f->addRow(tr("Velocity Factor"), velocity);
+    f->addRow(tr("Length"), length);
     f->addRow(tr("Mag Offset"), magOffset);
     f->addRow(tr("Mag Slope"), magSlope);
     f->addRow(tr("Phase Offset"), phaseOffset);
-    // Velocity factor and length arrive with the fixture feature.
-    for (const char* label : {QT_TR_NOOP("Velocity Factor"), QT_TR_NOOP("Length")})
-    {
-        auto* pending = new QLabel(QStringLiteral("-"), this);
-        pending->setEnabled(false);
-        f->addRow(tr(label), pending);
-    }
 
     const auto valueEdited = QOverload<double>::of(&KXLineEdit::editUpdated);
     const auto freqEdited = QOverload<Frequency>::of(&KXLineEdit::editUpdated);
@@ -524,6 +527,8 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
             QOverload<Frequency>::of(&MainWindow::traceStatsStartChanged));
     connect(rangeStop, freqEdited, w, QOverload<Frequency>::of(&MainWindow::traceStatsStopChanged));
     connect(delay, valueEdited, w, QOverload<double>::of(&MainWindow::traceElecDelayChanged));
+    connect(velocity, valueEdited, w, &MainWindow::mathVelocityFactorChanged);
+    connect(length, valueEdited, w, &MainWindow::mathLengthChanged);
     connect(magOffset, valueEdited, w, QOverload<double>::of(&MainWindow::traceMagOffsetChanged));
     connect(magSlope, valueEdited, w, QOverload<double>::of(&MainWindow::traceMagSlopeChanged));
     connect(phaseOffset, valueEdited, w,
@@ -554,6 +559,9 @@ void MathPanel::UpdateControls()
     rangeStart->setEnabled(!t->statsAutoRange);
     rangeStop->setEnabled(!t->statsAutoRange);
     delay->SetValue(t->elecDelay);
+    const VNAChannel* ch = m.channels[t->channel];
+    velocity->SetValue(ch->velocityFactor);
+    length->SetValue(ElecDelayToLength(t->elecDelay, ch->velocityFactor));
     magOffset->SetValue(t->offsetMag);
     magSlope->SetValue(t->offsetMagSlope);
     phaseOffset->SetValue(t->offsetPhase);

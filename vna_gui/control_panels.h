@@ -154,6 +154,8 @@ private:
     KXLineEdit* rangeStart;
     KXLineEdit* rangeStop;
     KXLineEdit* delay;
+    KXLineEdit* velocity;  // of the active trace's channel
+    KXLineEdit* length;    // the electrical delay in metres through that velocity factor
     KXLineEdit* magOffset;
     KXLineEdit* magSlope;
     KXLineEdit* phaseOffset;

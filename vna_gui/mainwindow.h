@@ -384,6 +384,10 @@ public slots:
     // Shows why an equation failed, unless no trace's equation fails that way any more: the
     // report is queued, and an edit made meanwhile may have put things right.
     void equationStatusMessage(const QString& text);
+    // The Math panel's delay rows: the velocity factor of the active trace's channel, and the
+    // active trace's electrical delay given as a length of line at that velocity factor.
+    void mathVelocityFactorChanged(double factor);
+    void mathLengthChanged(double metres);
 
     // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);

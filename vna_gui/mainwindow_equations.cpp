@@ -6,6 +6,7 @@
 #include "equation_editor.h"
 #include "mainwindow.h"
 #include "status_bar.h"
+#include "time_domain.h"
 
 void MainWindow::equationEnabledChanged(int trace, bool enabled)
 {
@@ -55,4 +56,37 @@ void MainWindow::equationStatusMessage(const QString& text)
     {
         statusBarWidget->SetMessage(text);
     }
+}
+
+// --- the Math panel's delay as a length ---------------------------------------------------------
+
+void MainWindow::mathVelocityFactorChanged(double factor)
+{
+    int channel = -1;
+    {
+        QMutexLocker lock(&model.traceLock);
+        if (const VNATrace* t = model.ActiveTrace())
+        {
+            channel = t->channel;
+        }
+    }
+    if (channel >= 0 && factor > 0.0)
+    {
+        traceVelocityChanged(channel, factor);
+    }
+}
+
+void MainWindow::mathLengthChanged(double metres)
+{
+    double seconds = 0.0;
+    {
+        QMutexLocker lock(&model.traceLock);
+        const VNATrace* t = model.ActiveTrace();
+        if (!t)
+        {
+            return;
+        }
+        seconds = LengthToElecDelay(metres, model.channels[t->channel]->velocityFactor);
+    }
+    traceElecDelayChanged(seconds);
 }

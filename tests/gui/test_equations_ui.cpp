@@ -1,7 +1,7 @@
 // A trace's equation through the window on the instrument simulator: the Math panel's controls
 // and the editor its button opens, the chain on live data (S21 over S11 between two traces), the
-// status bar's report of a failing equation while the loop keeps sweeping, and the label the
-// plot draws.
+// status bar's report of a failing equation while the loop keeps sweeping, the label the plot
+// draws, and a remote client reading the result. Also the panel's delay given as a length.
 #include <QCheckBox>
 #include <QComboBox>
 #include <QImage>
@@ -12,6 +12,8 @@
 #include <complex>
 
 #include "equation_editor.h"
+#include "kx_widgets.h"
+#include "line_client.h"
 #include "mainwindow.h"
 #include "modal_answerer.h"
 #include "panel_access.h"
@@ -28,6 +30,27 @@ namespace
 constexpr int kPoints = 101;
 constexpr int kMathPanel = 7;
 constexpr int kSweepWaitMs = 30000;
+// Metres of line per second of electrical delay at velocity factor 1.
+constexpr double kMetresPerSecond = 299792500.0;
+
+QVector<double> Numbers(const QByteArray& reply)
+{
+    QVector<double> v;
+    for (const QByteArray& field : reply.split(','))
+    {
+        v.append(field.toDouble());
+    }
+    return v;
+}
+
+// Types into a field and finishes the edit as the operator does.
+void Type(KXLineEdit* edit, const QString& text)
+{
+    edit->setFocus();
+    edit->selectAll();
+    QTest::keyClicks(edit, text);
+    QTest::keyClick(edit, Qt::Key_Return);
+}
 
 // What the editor showed while it was up. Checked once it has closed: a failed check inside its
 // event loop would leave it open.
@@ -48,6 +71,8 @@ private slots:
     void panelAndEditorOnLiveData();
     void failingEquationKeepsSweeping();
     void labelOnThePlot();
+    void remoteClientReadsTheEquation();
+    void delayAsLengthOnThePanel();
 
 private:
     QWidget* MathPanel() const { return window->Panel(kMathPanel); }
@@ -56,6 +81,12 @@ private:
         return testfx::FormField<QCheckBox>(MathPanel(), QStringLiteral("Equation Enabled"));
     }
     QString Label() const;
+    KXLineEdit* Field(const char* label) const
+    {
+        return testfx::FormField<KXLineEdit>(MathPanel(), QLatin1String(label));
+    }
+    // The :CALCulate#:MEASure# suffix under which a remote client reaches a trace of channel 1.
+    int MeasureSuffix(int trace) const;
     QString StatusMessage() const { return window->StatusBar()->currentMessage(); }
     // Opens the editor with the panel's button, switches its "Enabled" box over if asked, and
     // types each text in turn.
@@ -296,6 +327,131 @@ void TestEquationsUi::labelOnThePlot()
     Edit({QStringLiteral("Tr2/0")});
     LabelReads(QStringLiteral("Eqn Err"));
     window->MeasStart();
+}
+
+int TestEquationsUi::MeasureSuffix(int trace) const
+{
+    QMutexLocker lock(&window->Model().traceLock);
+    for (int place = 0; place < 16; ++place)
+    {
+        if (window->Model().mapper.GetPos(0, place) == trace)
+        {
+            return place + 1;
+        }
+    }
+    return -1;
+}
+
+void TestEquationsUi::remoteClientReadsTheEquation()
+{
+    // Still, so that the client reads the equation and its operands from one pass.
+    window->MeasStop();
+    QVERIFY(window->Model().SetTraceEquation(eq, QStringLiteral("Tr2/Tr1")));
+    QVERIFY(window->Model().SetTraceEquationEnabled(eq, true));
+    const int eqSuffix = MeasureSuffix(eq), s11Suffix = MeasureSuffix(0),
+              s21Suffix = MeasureSuffix(1);
+    QVERIFY(eqSuffix > 0 && s11Suffix > 0 && s21Suffix > 0);
+    const quint16 port = window->SCPIServerPort();
+    QVERIFY(port != 0);
+
+    QByteArray fdata, s11, s21, velocity;
+    bool connected = false;
+    testfx::RunClients({[&]
+                        {
+                            testfx::LineClient c;
+                            connected = c.Connect(port);
+                            if (!connected)
+                            {
+                                return;
+                            }
+                            const auto data = [&](int suffix, const char* kind)
+                            {
+                                return c.Query(QStringLiteral(":CALC1:MEAS%1:DATA:%2?")
+                                                   .arg(suffix)
+                                                   .arg(QLatin1String(kind))
+                                                   .toLatin1());
+                            };
+                            fdata = data(eqSuffix, "FDATA");
+                            s11 = data(s11Suffix, "SDATA");
+                            s21 = data(s21Suffix, "SDATA");
+                            c.Send(":SENS1:CORR:RVEL:COAX 0.75\n");
+                            velocity = c.Query(":SENS1:CORR:RVEL:COAX?");
+                        }});
+    QVERIFY(connected);
+
+    // The formatted trace (Real) is Re(S21 / S11) of the pairs the client read, to the ten
+    // digits the replies carry.
+    const QVector<double> y = Numbers(fdata), a = Numbers(s11), b = Numbers(s21);
+    QCOMPARE(y.size(), kPoints);
+    QCOMPARE(a.size(), 2 * kPoints);
+    QCOMPARE(b.size(), 2 * kPoints);
+    for (int i = 0; i < kPoints; ++i)
+    {
+        const cplx ratio = cplx(b[2 * i], b[2 * i + 1]) / cplx(a[2 * i], a[2 * i + 1]);
+        QVERIFY2(std::fabs(y[i] - ratio.real()) <= 1e-8 * std::abs(ratio),
+                 qPrintable(QString::number(i)));
+    }
+    QCOMPARE(Label(), QStringLiteral("Eq=Tr2/Tr1"));
+
+    // A remote velocity factor is the one the panel shows, and the panel's reaches the client.
+    QCOMPARE(velocity.toDouble(), 0.75);
+    QCOMPARE(Field("Velocity Factor")->Value(), 0.75);
+    Type(Field("Velocity Factor"), QStringLiteral("0.5"));
+    testfx::RunClients({[&]
+                        {
+                            testfx::LineClient c;
+                            velocity =
+                                c.Connect(port) ? c.Query(":SENS1:CORR:RVEL:COAX?") : QByteArray();
+                        }});
+    QCOMPARE(velocity.toDouble(), 0.5);
+}
+
+void TestEquationsUi::delayAsLengthOnThePanel()
+{
+    KXLineEdit* delay = Field("Electrical Delay");
+    KXLineEdit* velocity = Field("Velocity Factor");
+    KXLineEdit* length = Field("Length");
+    QVERIFY(delay && velocity && length);
+    const auto state = [&](double& seconds, double& factor)
+    {
+        QMutexLocker lock(&window->Model().traceLock);
+        seconds = window->Model().traces[eq]->elecDelay;
+        factor = window->Model().channels[0]->velocityFactor;
+    };
+    const auto near = [](double a, double b) { return std::fabs(a - b) <= 1e-12 * std::fabs(b); };
+    double seconds = 0.0, factor = 0.0;
+
+    // The length follows the delay, and the velocity factor, which leaves the delay alone.
+    Type(delay, QStringLiteral("2 ns"));
+    Type(velocity, QStringLiteral("0.66"));
+    state(seconds, factor);
+    QVERIFY(near(seconds, 2e-9));
+    QCOMPARE(factor, 0.66);
+    QVERIFY(near(length->Value(), 2e-9 * kMetresPerSecond * 0.66));
+
+    // A length sets the delay that a line of that length at this velocity factor makes.
+    Type(length, QStringLiteral("0.5 m"));
+    state(seconds, factor);
+    QVERIFY(near(seconds, 0.5 / (kMetresPerSecond * 0.66)));
+    QVERIFY(near(delay->Value(), seconds));
+    QVERIFY(near(length->Value(), 0.5));
+    Type(length, QStringLiteral("-1.2"));
+    state(seconds, factor);
+    QVERIFY(near(seconds, -1.2 / (kMetresPerSecond * 0.66)));
+
+    // A factor above 1 is held at 1; text that is no number changes nothing.
+    Type(velocity, QStringLiteral("1.5"));
+    state(seconds, factor);
+    QCOMPARE(factor, 1.0);
+    QVERIFY(near(length->Value(), seconds * kMetresPerSecond));
+    Type(velocity, QStringLiteral("fast"));
+    Type(length, QStringLiteral("long"));
+    double seconds2 = 0.0;
+    state(seconds2, factor);
+    QCOMPARE(factor, 1.0);
+    QCOMPARE(seconds2, seconds);
+    QCOMPARE(velocity->Value(), 1.0);
+    window->traceElecDelayChanged(eq, 0.0);
 }
 
 QTEST_MAIN(TestEquationsUi)
