@@ -12,6 +12,7 @@
 
 #include "kx_widgets.h"
 #include "mainwindow.h"
+#include "time_domain.h"
 #include "trace_formats.h"
 #include "vna_trace.h"
 
@@ -460,11 +461,20 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     aperture->SetRange(0.1, 25.0);
     aperture->SetIncrement(0.5);
     aperture->SetDecimals(1);
+    equationEnabled = new QCheckBox(this);
+    auto* equationEditor = new KXPushButton(tr("Equation Editor"), this);
     statsEnabled = new QCheckBox(this);
     autoRange = new QCheckBox(this);
     rangeStart = new KXLineEdit(KXLineEdit::FreqValue, this);
     rangeStop = new KXLineEdit(KXLineEdit::FreqValue, this);
     delay = new KXLineEdit(KXLineEdit::TimeValue, this);
+    velocity = new KXLineEdit(KXLineEdit::Number, this);
+    velocity->SetRange(0.01, 1.0);
+    velocity->SetIncrement(0.01);
+    velocity->SetDecimals(3);
+    length = new KXLineEdit(KXLineEdit::Number, this);
+    length->SetUnit(QStringLiteral("m"));
+    length->SetDecimals(4);
     magOffset = new KXLineEdit(KXLineEdit::Number, this);
     magOffset->SetUnit(QStringLiteral("dB"));
     magSlope = new KXLineEdit(KXLineEdit::Number, this);
@@ -480,22 +490,18 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
     f->addRow(tr("Show Memory Trace"), showMem);
     f->addRow(tr("Smoothing"), smooth);
     f->addRow(tr("Aperture (%)"), aperture);
+    f->addRow(tr("Equation Enabled"), equationEnabled);
+    f->addRow(equationEditor);
     f->addRow(tr("Stats Enabled"), statsEnabled);
     f->addRow(tr("Auto Range"), autoRange);
     f->addRow(tr("Range Start"), rangeStart);
     f->addRow(tr("Range Stop"), rangeStop);
     f->addRow(tr("Electrical Delay"), delay);
+    f->addRow(tr("Velocity Factor"), velocity);
+    f->addRow(tr("Length"), length);
     f->addRow(tr("Mag Offset"), magOffset);
     f->addRow(tr("Mag Slope"), magSlope);
     f->addRow(tr("Phase Offset"), phaseOffset);
-    // Equations, velocity factor and length arrive with the equation and fixture features.
-    for (const char* label : {QT_TR_NOOP("Equation Enabled"), QT_TR_NOOP("Equation Editor"),
-                              QT_TR_NOOP("Velocity Factor"), QT_TR_NOOP("Length")})
-    {
-        auto* pending = new QLabel(QStringLiteral("-"), this);
-        pending->setEnabled(false);
-        f->addRow(tr(label), pending);
-    }
 
     const auto valueEdited = QOverload<double>::of(&KXLineEdit::editUpdated);
     const auto freqEdited = QOverload<Frequency>::of(&KXLineEdit::editUpdated);
@@ -510,6 +516,9 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
             QOverload<bool>::of(&MainWindow::traceSmoothEnabledChanged));
     connect(aperture, valueEdited, w,
             QOverload<double>::of(&MainWindow::traceSmoothAperatureChanged));
+    connect(equationEnabled, &QCheckBox::toggled, w,
+            QOverload<bool>::of(&MainWindow::equationEnabledChanged));
+    connect(equationEditor, &QPushButton::clicked, w, &MainWindow::equationEditorPressed);
     connect(statsEnabled, &QCheckBox::toggled, w,
             QOverload<bool>::of(&MainWindow::traceStatsEnabledChanged));
     connect(autoRange, &QCheckBox::toggled, w,
@@ -518,6 +527,8 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
             QOverload<Frequency>::of(&MainWindow::traceStatsStartChanged));
     connect(rangeStop, freqEdited, w, QOverload<Frequency>::of(&MainWindow::traceStatsStopChanged));
     connect(delay, valueEdited, w, QOverload<double>::of(&MainWindow::traceElecDelayChanged));
+    connect(velocity, valueEdited, w, &MainWindow::mathVelocityFactorChanged);
+    connect(length, valueEdited, w, &MainWindow::mathLengthChanged);
     connect(magOffset, valueEdited, w, QOverload<double>::of(&MainWindow::traceMagOffsetChanged));
     connect(magSlope, valueEdited, w, QOverload<double>::of(&MainWindow::traceMagSlopeChanged));
     connect(phaseOffset, valueEdited, w,
@@ -540,6 +551,7 @@ void MathPanel::UpdateControls()
     SetChecked(showMem, t->showMemTrace);
     SetChecked(smooth, t->smoothEnabled);
     aperture->SetValue(t->smoothPercent);
+    SetChecked(equationEnabled, t->equationEnabled);
     SetChecked(statsEnabled, t->statsEnabled);
     SetChecked(autoRange, t->statsAutoRange);
     rangeStart->SetValue(t->statsStart);
@@ -547,6 +559,9 @@ void MathPanel::UpdateControls()
     rangeStart->setEnabled(!t->statsAutoRange);
     rangeStop->setEnabled(!t->statsAutoRange);
     delay->SetValue(t->elecDelay);
+    const VNAChannel* ch = m.channels[t->channel];
+    velocity->SetValue(ch->velocityFactor);
+    length->SetValue(ElecDelayToLength(t->elecDelay, ch->velocityFactor));
     magOffset->SetValue(t->offsetMag);
     magSlope->SetValue(t->offsetMagSlope);
     phaseOffset->SetValue(t->offsetPhase);

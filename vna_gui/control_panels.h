@@ -148,11 +148,14 @@ private:
     QCheckBox* showMem;
     QCheckBox* smooth;
     KXLineEdit* aperture;
+    QCheckBox* equationEnabled;
     QCheckBox* statsEnabled;
     QCheckBox* autoRange;
     KXLineEdit* rangeStart;
     KXLineEdit* rangeStop;
     KXLineEdit* delay;
+    KXLineEdit* velocity;  // of the active trace's channel
+    KXLineEdit* length;    // the electrical delay in metres through that velocity factor
     KXLineEdit* magOffset;
     KXLineEdit* magSlope;
     KXLineEdit* phaseOffset;

@@ -200,6 +200,9 @@ void MainWindow::ConnectModelSignals()
             &MainWindow::updateSweepProgressSlot, Qt::QueuedConnection);
     connect(&model, &VNAModel::updateSweepProgressBarVisibilitySignal, this,
             &MainWindow::updateSweepProgressBarVisibilitySlot, Qt::QueuedConnection);
+    // Why an equation failed, reported after the pass that evaluated it.
+    connect(&model, &VNAModel::statusMessageSignal, this, &MainWindow::equationStatusMessage,
+            Qt::QueuedConnection);
     connect(this, &MainWindow::threadShowMessageBoxSignal, this,
             &MainWindow::threadShowMessageBoxSlot, Qt::QueuedConnection);
 }

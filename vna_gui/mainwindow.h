@@ -484,6 +484,20 @@ public slots:
     void calEmbedClearPort2();
 
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
+    // The equation of a trace by index; the form without one acts on the active trace, as the
+    // Math panel does. A new setting takes the last equation error off the status bar: the next
+    // pass reports again if the equation still fails.
+    void equationEnabledChanged(int trace, bool enabled);
+    void equationEnabledChanged(bool enabled);
+    // Opens the equation editor on the active trace; its edits reach the trace as they are made.
+    void equationEditorPressed();
+    // Shows why an equation failed, unless no trace's equation fails that way any more: the
+    // report is queued, and an edit made meanwhile may have put things right.
+    void equationStatusMessage(const QString& text);
+    // The Math panel's delay rows: the velocity factor of the active trace's channel, and the
+    // active trace's electrical delay given as a length of line at that velocity factor.
+    void mathVelocityFactorChanged(double factor);
+    void mathLengthChanged(double metres);
 
     // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);

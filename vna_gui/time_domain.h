@@ -16,6 +16,15 @@ class VNAStimulus;
 
 // Time to distance, metres per second, before velocity factor and the reflection halving.
 constexpr double kDistancePerSecond = 299792500.0;
+// An electrical delay as the length of line that makes it, and back, at a velocity factor.
+inline double ElecDelayToLength(double seconds, double velocityFactor)
+{
+    return seconds * kDistancePerSecond * velocityFactor;
+}
+inline double LengthToElecDelay(double metres, double velocityFactor)
+{
+    return metres / (kDistancePerSecond * velocityFactor);
+}
 
 // --- windows and shifts ----------------------------------------------------------------------
 // Symmetric Kaiser window I0(beta sqrt(1 - u^2)) / I0(beta), filled from the centre out; all
