@@ -76,8 +76,8 @@ void MainWindow::BuildToolbar()
 
 void MainWindow::setThemeIcons()
 {
-    // Follows what is on screen: light strokes on a dark window, dark strokes on a light one.
-    const bool dark = palette().color(QPalette::Window).lightness() < 128;
+    // Light strokes for the dark theme, dark strokes for the light one.
+    const bool dark = Preferences::Get().GetProgramStyle() == KXStyleDark;
     const QString base = dark ? QStringLiteral(":/resources/toolbar_icons/dark/")
                               : QStringLiteral(":/resources/toolbar_icons/");
     for (QAction* a : iconActions)
@@ -112,17 +112,15 @@ void MainWindow::InitMenuBar()
     connect(connectMenu, &QMenu::aboutToShow, this, &MainWindow::populateConnectMenu);
     connect(connectMenu, &QMenu::triggered, this,
             QOverload<QAction*>::of(&MainWindow::connectDevice));
-    connect(file->addAction(tr("Disconnect Device")), &QAction::triggered, this,
-            &MainWindow::disconnectDevice);
+    disconnectAction = file->addAction(tr("Disconnect Device"));
+    connect(disconnectAction, &QAction::triggered, this, &MainWindow::disconnectDevice);
+    file->setToolTipsVisible(true);
+    connect(file, &QMenu::aboutToShow, this, &MainWindow::aboutToShowFileMenu);
     QAction* quit = file->addAction(tr("Exit"));
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
-    QMenu* edit = menuBar()->addMenu(tr("Edit"));
-    QMenu* theme = edit->addMenu(tr("Theme"));
-    theme->addAction(tr("Light"))->setEnabled(false);  // themes arrive with the style manager
-    theme->addAction(tr("Dark"))->setEnabled(false);
-    edit->addAction(tr("Preferences"))->setEnabled(false);
+    BuildEditMenu(menuBar()->addMenu(tr("Edit")));
 
     QMenu* channels = menuBar()->addMenu(tr("Channels"));
     connect(channels, &QMenu::aboutToShow, this, &MainWindow::aboutToShowChannelMenu);
@@ -251,6 +249,13 @@ void MainWindow::populateConnectMenu()
         QAction* a = connectMenu->addAction(QStringLiteral("NVX400: %1").arg(serial));
         a->setData(serial);
     }
+}
+
+void MainWindow::aboutToShowFileMenu()
+{
+    const bool connected = model.device.Connected();
+    disconnectAction->setEnabled(connected);
+    disconnectAction->setToolTip(connected ? QString() : tr("No device is connected."));
 }
 
 void MainWindow::aboutToShowChannelMenu()
