@@ -103,8 +103,6 @@ void MainWindow::ApplyPanelOrientation()
 void MainWindow::editPreferences()
 {
     Preferences& prefs = Preferences::Get();
-    const bool scpiEnabled = prefs.scpiEnabled;
-    const int scpiPort = prefs.scpiPort;
     PreferencesDialog dialog(this);
     if (dialog.exec() != QDialog::Accepted)
     {
@@ -115,10 +113,7 @@ void MainWindow::editPreferences()
     // The next preset takes the new power level; the panels move at once.
     SetDefaultPowerConfig(prefs.onPresetPowerLevel);
     ApplyPanelOrientation();
-    if (prefs.scpiEnabled != scpiEnabled || prefs.scpiPort != scpiPort)
-    {
-        // Listens on the new port unless a client is connected; then when it leaves.
-        SCPIUpdatePort();
-    }
+    // The remote settings, the font size and the language are read at the next start: a client
+    // that is connected now keeps its server.
     updatePlots();
 }

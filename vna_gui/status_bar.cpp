@@ -84,7 +84,7 @@ void VNAStatusBar::ShowDiagnostics()
     const QColor text = diagnostics->palette().color(QPalette::WindowText);
     const bool darkBar = text.lightness() >= 128;
     const QByteArray normal = darkBar ? QByteArray("white") : text.name().toLatin1();
-    const char* warnColor = darkBar ? "orange" : "#a04f00";
+    const char* warnColor = darkBar ? "orange" : "#8a4400";
     diagnostics->setText(QString::asprintf("%.2fW <font color=\"%s\"> %.2fC </font> %.2f%%",
                                            diagPower, diagWarn ? warnColor : normal.constData(),
                                            diagTemperature, diagThird));
