@@ -819,6 +819,14 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
         <source>Export Trace</source>
         <translation>Messkurve exportieren</translation>
     </message>
+    <message>
+        <source>Not available in this version of the program.</source>
+        <translation>In dieser Programmversion nicht verfügbar.</translation>
+    </message>
+    <message>
+        <source>Connect a device by USB and open this menu again.</source>
+        <translation>Schließen Sie ein Gerät per USB an und öffnen Sie dieses Menü erneut.</translation>
+    </message>
 </context>
 <context>
     <name>MarkerControlPanel</name>
@@ -1048,6 +1056,10 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
     <message>
         <source>Turn off Auto Range to set the range.</source>
         <translation>Automatischen Bereich ausschalten, um den Bereich einzustellen.</translation>
+    </message>
+    <message>
+        <source>Not available in this version of the program.</source>
+        <translation>In dieser Programmversion nicht verfügbar.</translation>
     </message>
 </context>
 <context>

@@ -516,7 +516,7 @@ MathPanel::MathPanel(MainWindow* window) : PanelBase(window)
                               QT_TR_NOOP("Velocity Factor"), QT_TR_NOOP("Length")})
     {
         auto* pending = new QLabel(QStringLiteral("-"), this);
-        pending->setEnabled(false);
+        SetAvailable(pending, false, tr("Not available in this version of the program."));
         f->addRow(tr(label), pending);
     }
 

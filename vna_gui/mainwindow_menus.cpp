@@ -46,6 +46,10 @@ void MainWindow::BuildToolbar()
     QAction* load = add(QT_TR_NOOP("Load Instrument State"), "load");
     save->setEnabled(false);  // instrument state files arrive with their own feature
     load->setEnabled(false);
+    for (QAction* a : {save, load})
+    {
+        a->setToolTip(tr("Not available in this version of the program."));
+    }
     bar->addSeparator();
     connect(add(QT_TR_NOOP("Add Trace"), "add_trace"), &QAction::triggered, this,
             &MainWindow::addTrace);
@@ -97,9 +101,11 @@ void MainWindow::InitMenuBar()
     QAction* recall = file->addAction(tr("Recall Instrument State"));
     recall->setShortcut(QKeySequence(QStringLiteral("Ctrl+L")));
     recall->setEnabled(false);
+    recall->setToolTip(tr("Not available in this version of the program."));
     QAction* saveState = file->addAction(tr("Save Instrument State"));
     saveState->setShortcut(QKeySequence(QStringLiteral("Ctrl+S")));
     saveState->setEnabled(false);
+    saveState->setToolTip(tr("Not available in this version of the program."));
     connect(file->addAction(tr("Import .SnP")), &QAction::triggered, this, &MainWindow::importSNP);
     connect(file->addAction(tr("Export .SnP")), &QAction::triggered, this, &MainWindow::exportSNP);
     QAction* image = file->addAction(tr("Save as Image"));
@@ -149,6 +155,11 @@ void MainWindow::InitMenuBar()
     {
         calibration->addAction(tr(entry))->setEnabled(false);
     }
+    for (QAction* a : calibration->actions())
+    {
+        a->setToolTip(tr("Not available in this version of the program."));
+    }
+    calibration->setToolTipsVisible(true);
 
     QMenu* settings = menuBar()->addMenu(tr("Settings"));
     QMenu* reference = settings->addMenu(tr("Reference"));
@@ -241,7 +252,10 @@ void MainWindow::populateConnectMenu()
     const std::vector<int> serials = model.device.GetDeviceList();
     if (serials.empty())
     {
-        connectMenu->addAction(tr("No Devices Found"))->setEnabled(false);
+        QAction* none = connectMenu->addAction(tr("No Devices Found"));
+        none->setEnabled(false);
+        none->setToolTip(tr("Connect a device by USB and open this menu again."));
+        connectMenu->setToolTipsVisible(true);
         return;
     }
     for (int serial : serials)

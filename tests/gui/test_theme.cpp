@@ -9,11 +9,15 @@
 #include <QImage>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QStackedWidget>
+#include <QToolBar>
 #include <QtTest>
 #include <cmath>
+#include <functional>
 
 #include "color_prefs.h"
 #include "control_panels.h"
@@ -466,6 +470,41 @@ void TestTheme::unavailableControlsExplainWhy()
     }
     QVERIFY(disabled > 10);
     window->PresetInstrumentState(true, false);
+
+    // Menu entries and toolbar buttons: a tooltip of their own, shown by their menu.
+    QList<QPair<QMenu*, QAction*>> actions;
+    std::function<void(QMenu*)> walk = [&](QMenu* menu)
+    {
+        emit menu->aboutToShow();
+        for (QAction* a : menu->actions())
+        {
+            a->menu() ? walk(a->menu()) : actions.append({menu, a});
+        }
+    };
+    for (QAction* a : window->menuBar()->actions())
+    {
+        walk(a->menu());
+    }
+    for (QToolBar* bar : window->findChildren<QToolBar*>())
+    {
+        for (QAction* a : bar->actions())
+        {
+            actions.append({nullptr, a});
+        }
+    }
+    int greyed = 0;
+    for (const auto& [menu, a] : actions)
+    {
+        if (a->isEnabled() || a->isSeparator() || a->text().isEmpty())
+        {
+            continue;
+        }
+        ++greyed;
+        const QString plain = QString(a->text()).remove(QLatin1Char('&'));
+        QVERIFY2(a->toolTip() != plain && !a->toolTip().isEmpty(), qPrintable(plain));
+        QVERIFY2(!menu || menu->toolTipsVisible(), qPrintable(plain));
+    }
+    QVERIFY(greyed >= 5);
 }
 
 QTEST_MAIN(TestTheme)
