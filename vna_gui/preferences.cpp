@@ -58,6 +58,11 @@ bool Preferences::SaveOnClose()
     return saveOnCloseFlag.load();
 }
 
+void Preferences::SetSaveOnClose(bool save)
+{
+    saveOnCloseFlag.store(save);
+}
+
 namespace
 {
 template <typename S, typename Prefs>

@@ -37,6 +37,8 @@ public:
     // Whether the records are written back at exit. Kept outside the record, so that the
     // colour preferences can still ask while the process-wide objects are destroyed.
     static bool SaveOnClose();
+    // Tools and benchmarks that must leave the user's files alone turn the write at exit off.
+    static void SetSaveOnClose(bool save);
 
     bool traceAntialiasing = true;
     double traceThickness = 1.0;
