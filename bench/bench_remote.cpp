@@ -4,8 +4,8 @@
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
-#include <QLoggingCategory>
 #include <QHostAddress>
+#include <QLoggingCategory>
 #include <QStandardPaths>
 #include <QTcpSocket>
 #include <QTimer>
@@ -109,7 +109,7 @@ int main(int argc, char** argv)
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     // Any free port; the server keeps it for the session.
     Preferences::Get().scpiPort = 0;
-    Preferences::Get().saveOnClose = false;
+    Preferences::SetSaveOnClose(false);
     Hidden::Set(true);
     VnaLib none;
     MainWindow window(nullptr, &none);

@@ -15,4 +15,7 @@ if [ ! -f build/build.ninja ]; then
 fi
 cmake --build build -j2 --target vna vna_api
 
-LD_LIBRARY_PATH="$PWD/build/sim${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}" exec build/vna_gui/vna "$@"
+# Started in its own folder, where it finds its translations (./translations/).
+export LD_LIBRARY_PATH="$PWD/build/sim${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
+cd build/vna_gui
+exec ./vna "$@"

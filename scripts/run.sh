@@ -5,7 +5,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/build.sh
-APP=build/vna_gui/vna
+# The program finds its translations in ./translations/, beside it in the build tree.
+cd build/vna_gui
+APP=./vna
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
   echo "No display found: starting under a virtual X display (Xvfb)."
   exec xvfb-run -a -s "-screen 0 1600x1000x24" "$APP" "$@"

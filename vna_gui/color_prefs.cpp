@@ -1,8 +1,10 @@
 #include "color_prefs.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "application_settings.h"
+#include "preferences.h"
 
 namespace
 {
@@ -39,40 +41,73 @@ ColorPrefs& ColorPrefs::Get()
     return prefs;
 }
 
-// Saving waits for the preferences dialog: until colours can be edited, writing them back at exit
-// would only copy the defaults into the user's file.
 ColorPrefs::ColorPrefs()
 {
     LoadDefaultsDark();
     Load();
 }
 
+ColorPrefs::~ColorPrefs()
+{
+    if (Preferences::SaveOnClose())
+    {
+        Save();
+    }
+}
+
+QVector<QColor> ColorPrefs::Defaults(bool dark)
+{
+    if (dark)
+    {
+        return {QColor(QStringLiteral("#19808f")),
+                QColor(0, 0, 0),
+                QColor(20, 20, 30),
+                QColor(255, 255, 255),
+                QColor(255, 255, 255),
+                QColor(Qt::yellow),
+                QColor(Qt::magenta),
+                QColor(0, 255, 0),
+                QColor(Qt::cyan),
+                QColor(Qt::red),
+                QColor(42, 212, 255),
+                QColor(181, 137, 0),
+                QColor(0, 128, 0),
+                QColor(255, 255, 255)};
+    }
+    return {QColor(QStringLiteral("#4d6081")),
+            QColor(255, 255, 255),
+            QColor(250, 250, 255),
+            QColor(0, 0, 0),
+            QColor(0, 0, 0),
+            QColor(Qt::red),
+            QColor(Qt::green),
+            QColor(Qt::blue),
+            QColor(Qt::cyan),
+            QColor(Qt::magenta),
+            QColor(Qt::yellow),
+            QColor(Qt::darkRed),
+            QColor(Qt::darkGreen),
+            QColor(Qt::darkBlue)};
+}
+
+void ColorPrefs::Assign(const QVector<QColor>& colors)
+{
+    accent = colors[0];
+    background = colors[1];
+    activeBackground = colors[2];
+    text = colors[3];
+    graticule = colors[4];
+    std::copy(colors.begin() + 5, colors.end(), traceColors);
+}
+
 void ColorPrefs::LoadDefaultsDark()
 {
-    accent = QColor(QStringLiteral("#19808f"));
-    background = QColor(0, 0, 0);
-    activeBackground = QColor(20, 20, 30);
-    text = QColor(255, 255, 255);
-    graticule = QColor(255, 255, 255);
-    const QColor traces[kTraceColorCount] = {
-        QColor(Qt::yellow),  QColor(Qt::magenta), QColor(0, 255, 0),
-        QColor(Qt::cyan),    QColor(Qt::red),     QColor(42, 212, 255),
-        QColor(181, 137, 0), QColor(0, 128, 0),   QColor(255, 255, 255)};
-    std::copy(traces, traces + kTraceColorCount, traceColors);
+    Assign(Defaults(true));
 }
 
 void ColorPrefs::LoadDefaultsLight()
 {
-    accent = QColor(QStringLiteral("#4d6081"));
-    background = QColor(255, 255, 255);
-    activeBackground = QColor(250, 250, 255);
-    text = QColor(0, 0, 0);
-    graticule = QColor(0, 0, 0);
-    const QColor traces[kTraceColorCount] = {
-        QColor(Qt::red),     QColor(Qt::green),     QColor(Qt::blue),
-        QColor(Qt::cyan),    QColor(Qt::magenta),   QColor(Qt::yellow),
-        QColor(Qt::darkRed), QColor(Qt::darkGreen), QColor(Qt::darkBlue)};
-    std::copy(traces, traces + kTraceColorCount, traceColors);
+    Assign(Defaults(false));
 }
 
 void ColorPrefs::Load()

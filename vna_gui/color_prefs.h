@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QColor>
+#include <QVector>
 
 class ColorPrefs
 {
@@ -9,11 +10,14 @@ public:
     static constexpr int kTraceColorCount = 9;
 
     // The process-wide record, built on first use with the dark theme's colours and then the
-    // stored ones.
+    // stored ones, and written back at exit when the preferences are saved on close.
     static ColorPrefs& Get();
 
     void LoadDefaultsDark();
     void LoadDefaultsLight();
+    // A theme's default colours in the order of the fields: accent, background, active
+    // background, text, graticule, then the trace colours.
+    static QVector<QColor> Defaults(bool dark);
     // A stored value replaces a field only when it holds a colour.
     void Load();
     void Save() const;
@@ -31,4 +35,6 @@ public:
 
 private:
     ColorPrefs();
+    ~ColorPrefs();
+    void Assign(const QVector<QColor>& colors);
 };

@@ -2,6 +2,7 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -20,6 +21,24 @@ void SetChecked(QAbstractButton* b, bool checked)
 {
     const QSignalBlocker block(b);
     b->setChecked(checked);
+}
+
+void SetAvailable(QWidget* w, bool available, const QString& reason)
+{
+    // The control's own tooltip, kept the first time it is made unavailable.
+    static const char kOwnTip[] = "vnaOwnToolTip";
+    if (!w->property(kOwnTip).isValid())
+    {
+        w->setProperty(kOwnTip, w->toolTip());
+    }
+    w->setEnabled(available);
+    w->setToolTip(available ? w->property(kOwnTip).toString() : reason);
+}
+
+QString NoTraceReason()
+{
+    return QCoreApplication::translate("PanelBase",
+                                       "No trace is selected: add a trace to use these controls.");
 }
 
 namespace
@@ -119,7 +138,7 @@ void ChannelControlPanel::UpdateControls()
 TriggerControlPanel::TriggerControlPanel(MainWindow* window) : PanelBase(window)
 {
     active = new KXComboBox(this);
-    active->setEnabled(false);  // shows the active channel; chosen on the Channels panel
+    SetAvailable(active, false, tr("Shows the active channel; choose it on the Channels panel."));
     Form()->addRow(tr("Active"), active);
     hold = new QRadioButton(tr("Hold"), this);
     single = new QRadioButton(tr("Single"), this);
@@ -181,7 +200,7 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
     sweepType = new KXComboBox(this);
     sweepType->AddItem(VNASweepTypeToString(SweepLinear), int(SweepLinear));
     sweepType->AddItem(VNASweepTypeToString(SweepSegment), int(SweepSegment));
-    sweepType->setEnabled(false);  // segment sweeps are edited elsewhere
+    SetAvailable(sweepType, false, tr("The sweep type is set by the segment table editor."));
     start = new KXLineEdit(KXLineEdit::FreqValue, this);
     stop = new KXLineEdit(KXLineEdit::FreqValue, this);
     step = new KXLineEdit(KXLineEdit::FreqValue, this);
@@ -285,14 +304,18 @@ void StimulusControlPanel::UpdateControls()
     manualPower->SetValue(s.manualPower);
     SetChecked(avgEnabled, s.avgEnabled);
     avgCount->SetValue(s.avgCount);
-    manualAtten->setEnabled(s.powerConfig == VNAPowerManualAtten);
-    manualPower->setEnabled(s.powerConfig == VNAPowerManualPower);
+    SetAvailable(manualAtten, s.powerConfig == VNAPowerManualAtten,
+                 tr("Available when Power is set to Manual Atten."));
+    SetAvailable(manualPower, s.powerConfig == VNAPowerManualPower,
+                 tr("Available when Power is set to Manual Power."));
     const bool linear = s.type == SweepLinear;
     for (QWidget* e : {static_cast<QWidget*>(start), static_cast<QWidget*>(stop),
                        static_cast<QWidget*>(step), static_cast<QWidget*>(center),
                        static_cast<QWidget*>(span), static_cast<QWidget*>(points)})
     {
-        e->setEnabled(linear);
+        SetAvailable(e, linear,
+                     tr("A segment sweep takes its frequencies and points from its segment "
+                        "table."));
     }
 }
 
@@ -423,7 +446,7 @@ void TraceControlPanel::UpdateControls()
     }
     coupling->SetByData(m.scaleCoupling);
     const VNATrace* t = m.ActiveTrace();
-    setEnabled(t != nullptr);
+    SetAvailable(this, t != nullptr, NoTraceReason());
     if (!t)
     {
         return;
@@ -540,7 +563,7 @@ void MathPanel::UpdateControls()
     VNAModel& m = w->Model();
     QMutexLocker lock(&m.traceLock);
     const VNATrace* t = m.ActiveTrace();
-    setEnabled(t != nullptr);
+    SetAvailable(this, t != nullptr, NoTraceReason());
     if (!t)
     {
         return;
@@ -556,8 +579,10 @@ void MathPanel::UpdateControls()
     SetChecked(autoRange, t->statsAutoRange);
     rangeStart->SetValue(t->statsStart);
     rangeStop->SetValue(t->statsStop);
-    rangeStart->setEnabled(!t->statsAutoRange);
-    rangeStop->setEnabled(!t->statsAutoRange);
+    for (KXLineEdit* e : {rangeStart, rangeStop})
+    {
+        SetAvailable(e, !t->statsAutoRange, tr("Turn off Auto Range to set the range."));
+    }
     delay->SetValue(t->elecDelay);
     const VNAChannel* ch = m.channels[t->channel];
     velocity->SetValue(ch->velocityFactor);
@@ -604,7 +629,7 @@ PendingControlsPanel::PendingControlsPanel(MainWindow* window, const QStringList
     for (const QString& c : controls)
     {
         auto* b = new KXPushButton(c, this);
-        b->setEnabled(false);
+        SetAvailable(b, false, tr("Not available in this version of the program."));
         Column()->addWidget(b);
     }
 }

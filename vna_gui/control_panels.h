@@ -17,9 +17,15 @@ class QLabel;
 class QRadioButton;
 class QVBoxLayout;
 
-// The small heading of a panel.
 // Sets a check box or radio button without emitting its signals: panels show the model's state.
 void SetChecked(QAbstractButton* b, bool checked);
+// Enables a control, or disables it with the reason as its tooltip, so that the operator learns
+// why it cannot be used; an enabled control gets its own tooltip back.
+void SetAvailable(QWidget* w, bool available, const QString& reason);
+// The reason shown on the trace panels while no trace is selected.
+QString NoTraceReason();
+
+// The small heading of a panel.
 
 class TitleBar : public QLabel
 {

@@ -13,7 +13,7 @@ CalibrationControlPanel::CalibrationControlPanel(MainWindow* window) : PanelBase
     auto* start = new KXPushButton(tr("Start New Calibration (Mechanical)"), this);
     // The electronic module's workflow arrives with its driver.
     auto* startElectronic = new KXPushButton(tr("Start New Calibration (Electronic)"), this);
-    startElectronic->setEnabled(false);
+    SetAvailable(startElectronic, false, tr("Not available in this version of the program."));
     auto* load = new KXPushButton(tr("Load Calibration"), this);
     auto* unload = new KXPushButton(tr("Unload Calibration"), this);
     for (QWidget* b : {start, startElectronic, load, unload})

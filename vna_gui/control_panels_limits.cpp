@@ -42,7 +42,7 @@ void LimitLinePanel::UpdateControls()
     VNAModel& m = w->Model();
     QMutexLocker lock(&m.traceLock);
     const VNATrace* t = m.ActiveTrace();
-    setEnabled(t != nullptr);
+    SetAvailable(this, t != nullptr, NoTraceReason());
     if (!t)
     {
         return;

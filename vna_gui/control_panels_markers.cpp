@@ -176,7 +176,7 @@ void MarkerControlPanel::UpdateControls()
     QMutexLocker lock(&m.traceLock);
     coupling->SetByData(m.markerCoupling);
     const VNATrace* t = m.ActiveTrace();
-    setEnabled(t != nullptr);
+    SetAvailable(this, t != nullptr, NoTraceReason());
     if (!t)
     {
         traceName->clear();
@@ -199,12 +199,14 @@ void MarkerControlPanel::UpdateControls()
     SetChecked(fixed, mk.fixed);
     SetChecked(delta, mk.delta);
     // The reference marker is what the others read against.
-    delta->setEnabled(!t->RefMarkerSelected());
+    SetAvailable(delta, !t->RefMarkerSelected(),
+                 tr("The reference marker cannot be a delta marker."));
     // The marker stands on a frequency, or on a time once the trace is transformed; the other
     // field is left empty.
     const bool timeDomain = t->transformEnabled;
-    frequency->setEnabled(!timeDomain);
-    time->setEnabled(timeDomain);
+    SetAvailable(frequency, !timeDomain,
+                 tr("The trace is transformed to time: place the marker by its time."));
+    SetAvailable(time, timeDomain, tr("Available when the trace's time transform is on."));
     if (timeDomain)
     {
         frequency->SetText(QString());
@@ -220,7 +222,7 @@ void MarkerControlPanel::UpdateControls()
     const bool rectangular = !IsSmithFormat(t->format);
     for (KXPushButton* b : {peakLeft, peakRight, peakNext})
     {
-        b->setEnabled(rectangular);
+        SetAvailable(b, rectangular, tr("Not available for Smith chart formats."));
     }
     threshold->SetUnit(t->unitRef);
     threshold->SetValue(mk.threshold);

@@ -45,7 +45,7 @@ bool ReadActiveTrace(QWidget* panel, VNAModel& m, Read read)
 {
     QMutexLocker lock(&m.traceLock);
     const VNATrace* t = m.ActiveTrace();
-    panel->setEnabled(t != nullptr);
+    SetAvailable(panel, t != nullptr, NoTraceReason());
     if (t)
     {
         read(*t);
@@ -143,7 +143,7 @@ void TimeDomainPanel::UpdateControls()
     type->SetByData(int(s.type));
     windowType->SetByData(int(s.window));
     beta->SetValue(s.beta);
-    beta->setEnabled(s.window == WindowCustom);
+    SetAvailable(beta, s.window == WindowCustom, tr("Available with the Custom window."));
     markerMode->SetByData(int(s.markerMode));
     units->SetByData(int(s.units));
     velocity->SetValue(s.velocityFactor);
@@ -156,7 +156,7 @@ void TimeDomainPanel::UpdateControls()
     // While auto scale is on, the range follows the data.
     for (KXLineEdit* e : {start, stop, center, span})
     {
-        e->setEnabled(!s.autoScale);
+        SetAvailable(e, !s.autoScale, tr("Turn off Auto Scale to set the range."));
     }
 }
 

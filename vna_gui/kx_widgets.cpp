@@ -1,6 +1,8 @@
 #include "kx_widgets.h"
 
+#include <QColorDialog>
 #include <QKeyEvent>
+#include <QPixmap>
 #include <QRegularExpression>
 #include <QSignalBlocker>
 #include <QWheelEvent>
@@ -295,4 +297,30 @@ bool ShowMessageBoxQuestion(QWidget* parent, const QString& title, const QString
     }
     return QMessageBox::question(parent, title, text, QMessageBox::Yes | QMessageBox::No) ==
            QMessageBox::Yes;
+}
+
+KXColorButton::KXColorButton(const QColor& c, QWidget* parent) : QPushButton(parent)
+{
+    SetColor(c);
+    connect(this, &QPushButton::clicked, this, &KXColorButton::Pick);
+}
+
+void KXColorButton::SetColor(const QColor& c)
+{
+    color = c;
+    QPixmap swatch(24, 14);
+    swatch.fill(color);
+    setIcon(QIcon(swatch));
+    setIconSize(swatch.size());
+    setText(color.name());
+}
+
+void KXColorButton::Pick()
+{
+    const QColor picked = QColorDialog::getColor(color, this);
+    if (picked.isValid() && picked != color)
+    {
+        SetColor(picked);
+        emit colorChanged(color);
+    }
 }

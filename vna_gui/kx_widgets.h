@@ -2,6 +2,7 @@
 // signal each, and can be set from the model without signalling back.
 #pragma once
 
+#include <QColor>
 #include <QComboBox>
 #include <QDialog>
 #include <QLabel>
@@ -116,3 +117,23 @@ public:
 void ShowMessageBoxWarning(QWidget* parent, const QString& title, const QString& text);
 bool ShowMessageBoxQuestion(QWidget* parent, const QString& title, const QString& text,
                             bool hiddenAnswer = true);
+
+// A button that shows a colour and lets the operator pick another one.
+class KXColorButton : public QPushButton
+{
+    Q_OBJECT
+public:
+    explicit KXColorButton(const QColor& color = QColor(), QWidget* parent = nullptr);
+
+    QColor Color() const { return color; }
+    // Shows the colour; emits nothing.
+    void SetColor(const QColor& c);
+
+signals:
+    void colorChanged(const QColor& color);
+
+private:
+    void Pick();
+
+    QColor color;
+};

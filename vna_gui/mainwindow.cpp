@@ -32,6 +32,7 @@
 MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(parent), model(library)
 {
     setWindowTitle(tr("Kestrix Vector Network Analysis Software"));
+    InitTheme();
     ReadFanDefaults();
     scpiServer = new QTcpServer(this);
     errorLogDialog = new ErrorLogDialog(*SysErr::Log(), this);
@@ -121,7 +122,9 @@ void MainWindow::BuildPanels()
     panelStack->setMinimumWidth(300);
     panelButtons = new QButtonGroup(this);
     panelButtons->setExclusive(true);
-    auto* buttonColumn = new QVBoxLayout;
+    panelButtonColumn = new QWidget(this);
+    auto* buttonColumn = new QVBoxLayout(panelButtonColumn);
+    buttonColumn->setContentsMargins(0, 0, 0, 0);
     buttonColumn->setSpacing(1);
     for (int i = 0; i < kPanelCount; ++i)
     {
@@ -143,11 +146,10 @@ void MainWindow::BuildPanels()
     plotArea = new ChannelWidget(this);
     connect(plotArea, &ChannelWidget::plotClosing, this, &MainWindow::plotClosing);
     auto* central = new QWidget(this);
-    auto* row = new QHBoxLayout(central);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(plotArea, 1);
-    row->addWidget(panelStack);
-    row->addLayout(buttonColumn);
+    central->setObjectName(QStringLiteral("CentralWidget"));
+    centralRow = new QHBoxLayout(central);
+    centralRow->setContentsMargins(0, 0, 0, 0);
+    ApplyPanelOrientation();
     setCentralWidget(central);
 }
 

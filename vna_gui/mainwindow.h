@@ -1,7 +1,8 @@
 // The coordinator: owns the measurement model and the interface, and is the one way in for every
 // change an operator or a remote client makes. Implemented over several files by concern:
 // mainwindow.cpp (life cycle and device), mainwindow_channels.cpp (channels, plots, setups),
-// mainwindow_traces.cpp (trace settings), mainwindow_menus.cpp (menus, toolbar, status bar).
+// mainwindow_traces.cpp (trace settings), mainwindow_menus.cpp (menus, toolbar, status bar),
+// mainwindow_theme.cpp (themes and preferences).
 #pragma once
 
 #include <QMainWindow>
@@ -20,6 +21,7 @@ class QAction;
 class QButtonGroup;
 class QCloseEvent;
 class QEventLoop;
+class QHBoxLayout;
 class QMenu;
 class QProgressBar;
 class QStackedWidget;
@@ -499,6 +501,13 @@ public slots:
     void mathVelocityFactorChanged(double factor);
     void mathLengthChanged(double metres);
 
+    // --- theme and preferences (mainwindow_theme.cpp) --------------------------------------------
+    // Load the theme's default colours, apply its style sheet and icons.
+    void setLightTheme();
+    void setDarkTheme();
+    // Runs the preferences dialog; accepted options take effect at once where they can.
+    void editPreferences();
+
     // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);
     void showErrorInfo();
@@ -522,6 +531,7 @@ private slots:
     void updateSweepProgressBarVisibilitySlot(bool visible);
     void threadShowMessageBoxSlot(const QString& title, const QString& text);
     void aboutToShowChannelMenu();
+    void aboutToShowFileMenu();
 
 signals:
     void threadShowMessageBoxSignal(const QString& title, const QString& text);
@@ -531,6 +541,11 @@ protected:
 
 private:
     void ReadFanDefaults();
+    // Theme and preferences (mainwindow_theme.cpp).
+    void InitTheme();
+    void BuildEditMenu(QMenu* edit);
+    void ApplyTheme(KXStyleSheet style);
+    void ApplyPanelOrientation();
     void BuildToolbar();
     void BuildPanels();
     void InitMenuBar();
@@ -620,6 +635,7 @@ private:
     ErrorLogDialog* errorLogDialog = nullptr;
     VNAStatusBar* statusBarWidget = nullptr;
     QMenu* connectMenu = nullptr;
+    QAction* disconnectAction = nullptr;
     QMenu* deleteChannelMenu = nullptr;
     QMenu* activeChannelMenu = nullptr;
     QAction* spurRejectAction = nullptr;
@@ -636,4 +652,8 @@ private:
     QAction* progressAction = nullptr;
     QProgressBar* progressBar = nullptr;
     QVector<QAction*> iconActions;
+    QWidget* panelButtonColumn = nullptr;
+    QHBoxLayout* centralRow = nullptr;
+    QAction* lightThemeAction = nullptr;
+    QAction* darkThemeAction = nullptr;
 };

@@ -35,7 +35,10 @@ void MainWindow::InitCalibrationMenu(QMenu* menu)
     connect(menu->addAction(tr("Start New Calibration (Mechanical)")), &QAction::triggered, this,
             &MainWindow::calStartNewCalibration);
     // The electronic module's workflow arrives with its driver.
-    menu->addAction(tr("Start New Calibration (Electronic)"))->setEnabled(false);
+    QAction* electronic = menu->addAction(tr("Start New Calibration (Electronic)"));
+    electronic->setEnabled(false);
+    electronic->setToolTip(tr("Not available in this version of the program."));
+    menu->setToolTipsVisible(true);
     connect(menu->addAction(tr("Load Calibration")), &QAction::triggered, this,
             QOverload<>::of(&MainWindow::calLoad));
     QAction* unload = menu->addAction(tr("Unload Calibration"));

@@ -46,6 +46,10 @@ void MainWindow::BuildToolbar()
     QAction* load = add(QT_TR_NOOP("Load Instrument State"), "load");
     save->setEnabled(false);  // instrument state files arrive with their own feature
     load->setEnabled(false);
+    for (QAction* a : {save, load})
+    {
+        a->setToolTip(tr("Not available in this version of the program."));
+    }
     bar->addSeparator();
     connect(add(QT_TR_NOOP("Add Trace"), "add_trace"), &QAction::triggered, this,
             &MainWindow::addTrace);
@@ -76,8 +80,8 @@ void MainWindow::BuildToolbar()
 
 void MainWindow::setThemeIcons()
 {
-    // Follows what is on screen: light strokes on a dark window, dark strokes on a light one.
-    const bool dark = palette().color(QPalette::Window).lightness() < 128;
+    // Light strokes for the dark theme, dark strokes for the light one.
+    const bool dark = Preferences::Get().GetProgramStyle() == KXStyleDark;
     const QString base = dark ? QStringLiteral(":/resources/toolbar_icons/dark/")
                               : QStringLiteral(":/resources/toolbar_icons/");
     for (QAction* a : iconActions)
@@ -97,9 +101,11 @@ void MainWindow::InitMenuBar()
     QAction* recall = file->addAction(tr("Recall Instrument State"));
     recall->setShortcut(QKeySequence(QStringLiteral("Ctrl+L")));
     recall->setEnabled(false);
+    recall->setToolTip(tr("Not available in this version of the program."));
     QAction* saveState = file->addAction(tr("Save Instrument State"));
     saveState->setShortcut(QKeySequence(QStringLiteral("Ctrl+S")));
     saveState->setEnabled(false);
+    saveState->setToolTip(tr("Not available in this version of the program."));
     connect(file->addAction(tr("Import .SnP")), &QAction::triggered, this, &MainWindow::importSNP);
     connect(file->addAction(tr("Export .SnP")), &QAction::triggered, this, &MainWindow::exportSNP);
     QAction* image = file->addAction(tr("Save as Image"));
@@ -112,17 +118,15 @@ void MainWindow::InitMenuBar()
     connect(connectMenu, &QMenu::aboutToShow, this, &MainWindow::populateConnectMenu);
     connect(connectMenu, &QMenu::triggered, this,
             QOverload<QAction*>::of(&MainWindow::connectDevice));
-    connect(file->addAction(tr("Disconnect Device")), &QAction::triggered, this,
-            &MainWindow::disconnectDevice);
+    disconnectAction = file->addAction(tr("Disconnect Device"));
+    connect(disconnectAction, &QAction::triggered, this, &MainWindow::disconnectDevice);
+    file->setToolTipsVisible(true);
+    connect(file, &QMenu::aboutToShow, this, &MainWindow::aboutToShowFileMenu);
     QAction* quit = file->addAction(tr("Exit"));
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
-    QMenu* edit = menuBar()->addMenu(tr("Edit"));
-    QMenu* theme = edit->addMenu(tr("Theme"));
-    theme->addAction(tr("Light"))->setEnabled(false);  // themes arrive with the style manager
-    theme->addAction(tr("Dark"))->setEnabled(false);
-    edit->addAction(tr("Preferences"))->setEnabled(false);
+    BuildEditMenu(menuBar()->addMenu(tr("Edit")));
 
     QMenu* channels = menuBar()->addMenu(tr("Channels"));
     connect(channels, &QMenu::aboutToShow, this, &MainWindow::aboutToShowChannelMenu);
@@ -235,7 +239,10 @@ void MainWindow::populateConnectMenu()
     const std::vector<int> serials = model.device.GetDeviceList();
     if (serials.empty())
     {
-        connectMenu->addAction(tr("No Devices Found"))->setEnabled(false);
+        QAction* none = connectMenu->addAction(tr("No Devices Found"));
+        none->setEnabled(false);
+        none->setToolTip(tr("Connect a device by USB and open this menu again."));
+        connectMenu->setToolTipsVisible(true);
         return;
     }
     for (int serial : serials)
@@ -243,6 +250,13 @@ void MainWindow::populateConnectMenu()
         QAction* a = connectMenu->addAction(QStringLiteral("NVX400: %1").arg(serial));
         a->setData(serial);
     }
+}
+
+void MainWindow::aboutToShowFileMenu()
+{
+    const bool connected = model.device.Connected();
+    disconnectAction->setEnabled(connected);
+    disconnectAction->setToolTip(connected ? QString() : tr("No device is connected."));
 }
 
 void MainWindow::aboutToShowChannelMenu()

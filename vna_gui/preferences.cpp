@@ -1,6 +1,8 @@
 #include "preferences.h"
 
 #include <QCoreApplication>
+#include <QLocale>
+#include <QTranslator>
 #include <atomic>
 
 #include "application_settings.h"
@@ -8,11 +10,14 @@
 
 namespace
 {
-std::function<void(KXStyleSheet, bool)>& StyleApplier()
+Preferences::StyleApplier& Applier()
 {
-    static std::function<void(KXStyleSheet, bool)> applier;
+    static Preferences::StyleApplier applier;
     return applier;
 }
+
+// Trivially destructible, so it can be read while the process-wide records are destroyed.
+std::atomic<bool> saveOnCloseFlag{true};
 }  // namespace
 
 Preferences& Preferences::Get()
@@ -28,24 +33,34 @@ Preferences::Preferences()
 
 Preferences::~Preferences()
 {
-    if (saveOnClose)
+    if (SaveOnClose())
     {
         SavePreset();
     }
 }
 
-void Preferences::SetStyleApplier(std::function<void(KXStyleSheet, bool)> applier)
+void Preferences::SetStyleApplier(StyleApplier applier)
 {
-    StyleApplier() = std::move(applier);
+    Applier() = std::move(applier);
 }
 
 void Preferences::SetProgramStyle(KXStyleSheet style, bool quiet)
 {
     programStyle = style;
-    if (StyleApplier())
+    if (Applier())
     {
-        StyleApplier()(style, quiet);
+        Applier()(style, fontSize, quiet);
     }
+}
+
+bool Preferences::SaveOnClose()
+{
+    return saveOnCloseFlag.load();
+}
+
+void Preferences::SetSaveOnClose(bool save)
+{
+    saveOnCloseFlag.store(save);
 }
 
 namespace
@@ -125,7 +140,7 @@ void Preferences::Clear()
     ApplicationSettings s(GetPreferencesIniPath());
     s.Clear();
     s.Sync();
-    saveOnClose = false;
+    saveOnCloseFlag.store(false);
 }
 
 namespace
@@ -157,4 +172,23 @@ void ApplyCommandLineArguments(const QStringList& arguments)
                                                          "main", "Unknown command line parameter"));
         }
     }
+}
+
+bool InstallTranslation(QTranslator& translator)
+{
+    QString language = QStringLiteral("Default");
+    {
+        ApplicationSettings prefs(GetPreferencesIniPath());
+        prefs.Load(QStringLiteral("Preferences/Language"), language);
+    }
+    if (language == QLatin1String("Default"))
+    {
+        language = QLocale::system().name().left(2);
+    }
+    if (!translator.load(QStringLiteral("./translations/vna_") + language + QStringLiteral(".qm")))
+    {
+        return false;
+    }
+    QCoreApplication::installTranslator(&translator);
+    return true;
 }

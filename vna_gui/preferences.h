@@ -16,6 +16,8 @@ enum KXStyleSheet : int32_t
     KXStyleDark = 2
 };
 
+class QTranslator;
+
 class Preferences
 {
 public:
@@ -26,11 +28,17 @@ public:
     void SavePreset() const;
     void Clear();
 
-    // The GUI installs how a style is applied; the record itself stays widget-free.
-    static void SetStyleApplier(std::function<void(KXStyleSheet, bool)> applier);
+    // The GUI installs how a style is applied (with the application font at the given size);
+    // the record itself stays widget-free.
+    using StyleApplier = std::function<void(KXStyleSheet style, int fontSize, bool quiet)>;
+    static void SetStyleApplier(StyleApplier applier);
     void SetProgramStyle(KXStyleSheet style, bool quiet);
     KXStyleSheet GetProgramStyle() const { return programStyle; }
-    bool SaveOnClose() const { return saveOnClose; }
+    // Whether the records are written back at exit. Kept outside the record, so that the
+    // colour preferences can still ask while the process-wide objects are destroyed.
+    static bool SaveOnClose();
+    // Tools and benchmarks that must leave the user's files alone turn the write at exit off.
+    static void SetSaveOnClose(bool save);
 
     bool traceAntialiasing = true;
     double traceThickness = 1.0;
@@ -60,7 +68,6 @@ public:
     KXStyleSheet programStyle = KXStyleDark;
     // The operator's own cables of the time-domain panel, beside the built-in list.
     QVector<VNACable> userCables;
-    bool saveOnClose = true;
 
 private:
     Preferences();
@@ -76,6 +83,11 @@ public:
     static bool Get();
     static void Set(bool hidden);
 };
+
+// Loads the preferred language's translation (Preferences/Language; "Default" takes the system
+// locale's language) from "./translations/vna_<language>.qm", relative to the working folder, and
+// installs it. False, with nothing installed, when there is no such file.
+bool InstallTranslation(QTranslator& translator);
 
 // Applies the program's arguments (without the program name): "--hidden" sets the flag, anything
 // else is recorded as a command-line error and otherwise ignored.

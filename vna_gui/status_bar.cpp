@@ -1,5 +1,6 @@
 #include "status_bar.h"
 
+#include <QEvent>
 #include <QLabel>
 
 #include "frequency.h"
@@ -14,6 +15,7 @@ VNAStatusBar::VNAStatusBar(QWidget* parent) : QStatusBar(parent)
     device = new QLabel(this);
     diagnostics = new QLabel(this);
     diagnostics->setTextFormat(Qt::RichText);
+    diagnostics->installEventFilter(this);
     for (QLabel* l : {channel, bandwidth, reference, calibration, cont, device})
     {
         addWidget(l);
@@ -67,8 +69,34 @@ void VNAStatusBar::SetDeviceSerial(int serial, int firmware)
 
 void VNAStatusBar::SetDiagnostics(double power, double temperature, double third, bool warn)
 {
-    diagnostics->setText(QString::asprintf("%.2fW <font color=\"%s\"> %.2fC </font> %.2f%%", power,
-                                           warn ? "orange" : "white", temperature, third));
+    hasDiagnostics = true;
+    diagPower = power;
+    diagTemperature = temperature;
+    diagThird = third;
+    diagWarn = warn;
+    ShowDiagnostics();
+}
+
+void VNAStatusBar::ShowDiagnostics()
+{
+    // White and orange on the dark bar; on a light bar white would vanish and orange is too
+    // pale to read, so the bar's own text colour and a dark orange take their places.
+    const QColor text = diagnostics->palette().color(QPalette::WindowText);
+    const bool darkBar = text.lightness() >= 128;
+    const QByteArray normal = darkBar ? QByteArray("white") : text.name().toLatin1();
+    const char* warnColor = darkBar ? "orange" : "#8a4400";
+    diagnostics->setText(QString::asprintf("%.2fW <font color=\"%s\"> %.2fC </font> %.2f%%",
+                                           diagPower, diagWarn ? warnColor : normal.constData(),
+                                           diagTemperature, diagThird));
+}
+
+bool VNAStatusBar::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == diagnostics && hasDiagnostics && event->type() == QEvent::PaletteChange)
+    {
+        ShowDiagnostics();
+    }
+    return QStatusBar::eventFilter(watched, event);
 }
 
 void VNAStatusBar::SetMessage(const QString& text)
@@ -87,6 +115,7 @@ void VNAStatusBar::ClearStatusBar()
     {
         l->clear();
     }
+    hasDiagnostics = false;
     deviceName.clear();
     deviceSerial.clear();
     device->setText(tr("No Device Connected"));

@@ -33,7 +33,13 @@ public:
     QString ContText() const;
     QString DeviceText() const;
 
+protected:
+    // A new theme recolours the diagnostics' text, once the label has taken the new style.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void ShowDiagnostics();
+
     QLabel* channel;
     QLabel* bandwidth;
     QLabel* reference;
@@ -43,4 +49,10 @@ private:
     QLabel* diagnostics;  // permanent, at the right
     QString deviceName;
     QString deviceSerial;
+    // The last diagnostics shown; none until the first reading.
+    bool hasDiagnostics = false;
+    double diagPower = 0.0;
+    double diagTemperature = 0.0;
+    double diagThird = 0.0;
+    bool diagWarn = false;
 };
