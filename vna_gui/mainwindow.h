@@ -31,6 +31,7 @@ struct ScpiConnection;
 class ScpiLogDialog;
 class ChannelWidget;
 class ErrorLogDialog;
+class MauryUCalControlsDlg;
 class VNAPlot;
 class VNAStatusBar;
 class VnaLib;
@@ -248,6 +249,9 @@ public slots:
 
     // --- fixtures and port extension (mainwindow_fixtures.cpp) -----------------------------------
 
+    // --- electronic calibration module (mainwindow_ucal.cpp) -------------------------------------
+    void showUCalControls();
+
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
 
     // --- window ----------------------------------------------------------------------------------
@@ -340,6 +344,7 @@ private:
     MathPanel* mathPanel = nullptr;
     SettingsPanel* settingsPanel = nullptr;
     ErrorLogDialog* errorLogDialog = nullptr;
+    MauryUCalControlsDlg* uCalControls = nullptr;
     VNAStatusBar* statusBarWidget = nullptr;
     QMenu* connectMenu = nullptr;
     QMenu* deleteChannelMenu = nullptr;

@@ -167,6 +167,11 @@ void MainWindow::InitMenuBar()
             &MainWindow::showErrorInfo);
     connect(utilities->addAction(tr("SCPI Log")), &QAction::triggered, this,
             &MainWindow::showSCPILog);
+    QMenu* uCal = utilities->addMenu(tr("Maury Microwave uCal"));
+    connect(uCal->addAction(tr("Direct Controls")), &QAction::triggered, this,
+            &MainWindow::showUCalControls);
+    // The characterization procedure arrives with the electronic calibration workflow.
+    uCal->addAction(tr("User Characterization"))->setEnabled(false);
 
     QMenu* help = menuBar()->addMenu(tr("Help"));
     connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);

@@ -54,6 +54,9 @@ public:
     bool useFactoryCal = true;
     KXStyleSheet programStyle = KXStyleDark;
     bool saveOnClose = true;
+    // The uCal module's serial port when it cannot be found by its USB identity (an emulator's
+    // pseudo-terminal); empty to search by identity only.
+    QString uCalPortName;
 
 private:
     Preferences();

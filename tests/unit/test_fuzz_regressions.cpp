@@ -53,7 +53,8 @@ void TestFuzzRegressions::replay_data()
     const QString findings = qEnvironmentVariable("VNA_TEST_DATA") + "/fuzz-regressions/";
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
     for (const char* harness :
-         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits"})
+         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits", "ucal_block",
+          "ucal_reply"})
     {
         const QString name = QString::fromLatin1(harness);
         QTest::newRow(qPrintable("seeds " + name)) << name << seeds + name;
@@ -87,6 +88,10 @@ void TestFuzzRegressions::replay()
             consistent = fuzzinputs::Calibration(Bytes(b), size_t(b.size()));
         else if (harness == QLatin1String("limits"))
             consistent = fuzzinputs::LimitTables(Bytes(b), size_t(b.size()));
+        else if (harness == QLatin1String("ucal_block"))
+            consistent = fuzzinputs::UCalBlock(Bytes(b), size_t(b.size()));
+        else if (harness == QLatin1String("ucal_reply"))
+            consistent = fuzzinputs::UCalReply(Bytes(b), size_t(b.size()));
         else
             consistent = fuzzinputs::TextParsers(Bytes(b), size_t(b.size()));
         QVERIFY2(consistent, qPrintable(input.first));
