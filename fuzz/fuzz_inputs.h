@@ -407,7 +407,8 @@ inline bool UCalReply(const uint8_t* data, size_t size)
     PiecePort linePort(stream, piece);
     QByteArray line;
     if (ReadReplyLine(linePort, line, NoWait()) &&
-        (!line.contains('\n') || line.size() > kUCalMaxReplyLine + piece || !stream.startsWith(line)))
+        (!line.contains('\n') || line.size() > kUCalMaxReplyLine + piece ||
+         !stream.startsWith(line)))
     {
         return false;
     }

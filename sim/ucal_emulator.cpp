@@ -32,6 +32,8 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t kPaceChunk = 16;
 // What the babbling fault sends instead of a reply: never a newline.
 constexpr size_t kBabbleBytes = 8192;
+// How long a block's line may take to reach the terminal's input queue.
+constexpr int kLandingMs = 50;
 // Longest command line kept; a longer one is dropped.
 constexpr size_t kMaxCommand = 256;
 // The temperature band "N?" reports as in range.
@@ -68,14 +70,19 @@ struct FaultName
     Fault fault;
 };
 
-const FaultName kFaults[] = {
-    {"none", Fault::None},           {"silent", Fault::Silent},
-    {"garble", Fault::Garble},       {"babble", Fault::Babble},
-    {"short-id", Fault::ShortId},    {"nak", Fault::Nak},
-    {"bad-state", Fault::BadState},  {"x-header", Fault::XHeader},
-    {"zero-count", Fault::ZeroCount}, {"short-block", Fault::ShortBlock},
-    {"bad-block", Fault::BadBlock},  {"truncated-block", Fault::TruncatedBlock},
-    {"glued", Fault::Glued}};
+const FaultName kFaults[] = {{"none", Fault::None},
+                             {"silent", Fault::Silent},
+                             {"garble", Fault::Garble},
+                             {"babble", Fault::Babble},
+                             {"short-id", Fault::ShortId},
+                             {"nak", Fault::Nak},
+                             {"bad-state", Fault::BadState},
+                             {"x-header", Fault::XHeader},
+                             {"zero-count", Fault::ZeroCount},
+                             {"short-block", Fault::ShortBlock},
+                             {"bad-block", Fault::BadBlock},
+                             {"truncated-block", Fault::TruncatedBlock},
+                             {"glued", Fault::Glued}};
 
 bool FaultFromName(const std::string& name, Fault& fault)
 {
@@ -96,7 +103,7 @@ struct Options
     double start = 10e6;
     double stop = 40e9;
     int baud = 115200;  // 0: no pacing
-    int headerPauseMs = 5;
+    int headerPauseMs = 1;
     int scenePort = 0;  // 0: no scene
     bool crossed = false;
     std::string dataDir;
@@ -127,31 +134,57 @@ bool ParseOptions(int argc, char** argv, Options& o)
         }
         const std::string v = argv[++i];
         if (a == "--points")
+        {
             o.points = std::atoi(v.c_str());
+        }
         else if (a == "--start")
+        {
             o.start = std::atof(v.c_str());
+        }
         else if (a == "--stop")
+        {
             o.stop = std::atof(v.c_str());
+        }
         else if (a == "--baud")
+        {
             o.baud = std::atoi(v.c_str());
+        }
         else if (a == "--header-pause")
+        {
             o.headerPauseMs = std::atoi(v.c_str());
+        }
         else if (a == "--scene-port")
+        {
             o.scenePort = std::atoi(v.c_str());
+        }
         else if (a == "--map" && (v == "AB" || v == "BA"))
+        {
             o.crossed = v == "BA";
+        }
         else if (a == "--data-dir")
+        {
             o.dataDir = v;
+        }
         else if (a == "--fault" && FaultFromName(v, o.fault))
+        {
             continue;
+        }
         else if (a == "--temp")
+        {
             o.temperature = std::atof(v.c_str());
+        }
         else if (a == "--model")
+        {
             o.model = v;
+        }
         else if (a == "--serial")
+        {
             o.serial = v;
+        }
         else
+        {
             return false;
+        }
     }
     return o.points >= 1 && o.points <= 100000 && o.stop >= o.start && o.baud >= 0;
 }
@@ -446,20 +479,30 @@ void Emulator::HandleControl(const std::string& line)
     bool ok = true;
     std::string answer;
     if (word == "fault")
+    {
         ok = FaultFromName(arg, o.fault);
+    }
     else if (word == "temp")
+    {
         o.temperature = std::atof(arg.c_str());
+    }
     else if (word == "map" && (arg == "AB" || arg == "BA"))
     {
         o.crossed = arg == "BA";
         UpdateScene();
     }
     else if (word == "state?")
+    {
         answer = " " + StateText();
+    }
     else if (word == "quit")
+    {
         stopRequested = 1;
+    }
     else
+    {
         ok = false;
+    }
     std::printf("%s%s\n", ok ? "ok" : "error: unknown control line", answer.c_str());
     std::fflush(stdout);
 }
@@ -492,15 +535,25 @@ void Emulator::HandleCommand(const std::string& command)
         Reply(text);
     }
     else if (command == "N?")
+    {
         Reply(o.temperature >= kTempLow && o.temperature <= kTempHigh ? "1" : "0");
+    }
     else if (command == "S?")
+    {
         Reply(o.fault == Fault::BadState ? "0" + StateText().substr(1) : StateText());
+    }
     else if (command.size() >= 2 && command[0] == 'S')
+    {
         HandleSwitch(command.substr(1));
+    }
     else if (command.size() == 2 && command[0] == 'G' && command[1] >= '0' && command[1] <= '3')
+    {
         HandleBlock(command[1] - '0');
+    }
     else
+    {
         Reply("E");
+    }
 }
 
 void Emulator::HandleSwitch(const std::string& digits)
@@ -566,7 +619,8 @@ void Emulator::HandleBlock(int index)
     std::string data = ucalemu::FactoryBlock(model, index);
     if (o.fault == Fault::BadBlock)
     {
-        std::vector<std::vector<ucalemu::cplx>> three(3, std::vector<ucalemu::cplx>(model.freqs.size()));
+        std::vector<std::vector<ucalemu::cplx>> three(
+            3, std::vector<ucalemu::cplx>(model.freqs.size()));
         data = ucalemu::EncodeBlock(model.freqs, three);
     }
     else if (o.fault == Fault::TruncatedBlock)
@@ -575,11 +629,17 @@ void Emulator::HandleBlock(int index)
     }
     std::string header = "R" + std::to_string(data.size());
     if (o.fault == Fault::XHeader)
+    {
         header = "X" + std::to_string(data.size());
+    }
     else if (o.fault == Fault::ZeroCount)
+    {
         header = "R0";
+    }
     else if (o.fault == Fault::ShortBlock)
+    {
         data.resize(data.size() / 2);
+    }
     SendBlock(header + "\n", o.fault == Fault::ZeroCount ? std::string() : data);
 }
 
@@ -590,24 +650,36 @@ void Emulator::SendBlock(const std::string& header, const std::string& data)
         SendPaced(header + data);
         return;
     }
-    SendPaced(Garbled(header.substr(0, header.size() - 1)) + "\n");
-    // The data start once the reader has taken the line: bytes arriving with the line's
-    // newline would go with the line.
-    WaitForReader();
-    SendPaced(data);
+    // The line goes out whole and the data only once the reader has taken it: bytes arriving
+    // with the line's newline would go with the line.
+    const std::string line = Garbled(header.substr(0, header.size() - 1)) + "\n";
+    if (WriteAll(master, line.data(), line.size()))
+    {
+        WaitForReader();
+        SendPaced(data);
+    }
 }
 
 void Emulator::WaitForReader()
 {
-    // The pause lets the line reach the terminal's input queue; then wait (at most a second)
-    // until the reader has emptied it.
-    std::this_thread::sleep_for(std::chrono::milliseconds(o.headerPauseMs));
-    const auto limit = Clock::now() + std::chrono::seconds(1);
+    // The kernel passes the line on to the terminal's input queue, nearly always at once; the
+    // reader then takes it. Seen in the queue, it is waited for (at most a second) until it has
+    // gone; not seen within kLandingMs, it was taken before the first look.
+    const auto start = Clock::now();
+    bool seen = false;
     int pending = 0;
-    while (ioctl(slave, FIONREAD, &pending) == 0 && pending > 0 && Clock::now() < limit)
+    while (ioctl(slave, FIONREAD, &pending) == 0)
     {
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
+        const auto waited = Clock::now() - start;
+        seen = seen || pending > 0;
+        if ((pending == 0 && (seen || waited > std::chrono::milliseconds(kLandingMs))) ||
+            waited > std::chrono::seconds(1))
+        {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
     }
+    std::this_thread::sleep_for(std::chrono::milliseconds(o.headerPauseMs));
 }
 
 std::string Emulator::Garbled(std::string text)
@@ -658,7 +730,9 @@ int main(int argc, char** argv)
         Usage();
         return 2;
     }
-    struct sigaction action{};
+    struct sigaction action
+    {
+    };
     action.sa_handler = OnSignal;  // no SA_RESTART: poll returns to look at the flag
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);

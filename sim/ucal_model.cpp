@@ -27,16 +27,16 @@ Chain operator*(const Chain& x, const Chain& y)
 // One module port's path from its connector to the switches.
 struct PortLine
 {
-    double zc;       // ohm
-    double delay;    // s, one way
-    double loss1G;   // nepers at 1 GHz, growing with the root of frequency
-    double rOn;      // short: on-resistance, ohm
-    double lOn;      // short: inductance, H
-    double cOff;     // open: off capacitance, F
-    double rLeak;    // open: leakage, ohm
-    double rLoad;    // load resistor, ohm
-    double lLoad;    // load series inductance, H
-    double cLoad;    // load shunt capacitance, F
+    double zc;      // ohm
+    double delay;   // s, one way
+    double loss1G;  // nepers at 1 GHz, growing with the root of frequency
+    double rOn;     // short: on-resistance, ohm
+    double lOn;     // short: inductance, H
+    double cOff;    // open: off capacitance, F
+    double rLeak;   // open: leakage, ohm
+    double rLoad;   // load resistor, ohm
+    double lLoad;   // load series inductance, H
+    double cLoad;   // load shunt capacitance, F
 };
 
 const PortLine kPorts[2] = {

@@ -194,8 +194,7 @@ bool ReadReplyLine(QIODevice& port, QByteArray& line, const UCalWait& wait)
     }
 }
 
-bool UCalQuery(QIODevice& port, const QByteArray& command, QByteArray& reply,
-               const UCalWait& wait)
+bool UCalQuery(QIODevice& port, const QByteArray& command, QByteArray& reply, const UCalWait& wait)
 {
     reply.clear();
     return WriteCommand(port, command, wait) && ReadReplyLine(port, reply, wait);
@@ -403,13 +402,21 @@ VNAConnector UCalConnectorFromModel(const QString& model)
     }
     const QString& c = fields[1];
     if (c == QLatin1String("35"))
+    {
         return Conn3_5mm;
+    }
     if (c == QLatin1String("7"))
+    {
         return ConnAPC;
+    }
     if (c == QLatin1String("N"))
+    {
         return ConnN;
+    }
     if (c == QLatin1String("292"))
+    {
         return Conn2_92mm;
+    }
     return ConnOther;
 }
 
@@ -469,9 +476,7 @@ VNACalKit MauryExtractFactoryCalKit(const MauryUCal& module)
 
 // --- MauryUCal ------------------------------------------------------------------------------
 
-MauryUCal::MauryUCal(const UCalPortInfo& port, QObject* parent) : QSerialPort(parent), info(port)
-{
-}
+MauryUCal::MauryUCal(const UCalPortInfo& port, QObject* parent) : QSerialPort(parent), info(port) {}
 
 MauryUCal::MauryUCal(const QSerialPortInfo& port, QObject* parent)
     : MauryUCal(UCalPortInfo::FromSystem(port), parent)

@@ -2,8 +2,8 @@
 
 #include <QButtonGroup>
 #include <QFormLayout>
-#include <QHideEvent>
 #include <QHBoxLayout>
+#include <QHideEvent>
 #include <QLabel>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -54,8 +54,7 @@ MauryUCalControlsDlg::MauryUCalControlsDlg(QWidget* parent)
     layout->addLayout(form);
 
     connect(connectButton, &QPushButton::clicked, this, &MauryUCalControlsDlg::connectPressed);
-    connect(stateGroup, QOverload<int>::of(&QButtonGroup::buttonClicked), this,
-            &MauryUCalControlsDlg::setState);
+    connect(stateGroup, &QButtonGroup::idClicked, this, &MauryUCalControlsDlg::setState);
     tempTimer->setInterval(kTempPeriodMs);
     connect(tempTimer, &QTimer::timeout, this, &MauryUCalControlsDlg::updateTemp);
 }

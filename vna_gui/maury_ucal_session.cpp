@@ -1,5 +1,18 @@
 #include "maury_ucal_session.h"
 
+// A thread with an event dispatcher, which the port's notifiers ask for, but no event loop.
+class MauryUCalSession::Worker : public QThread
+{
+public:
+    explicit Worker(MauryUCalSession* s) : session(s) {}
+
+protected:
+    void run() override { session->Loop(); }
+
+private:
+    MauryUCalSession* session;
+};
+
 MauryUCalStatus SnapshotOf(const MauryUCal& module)
 {
     MauryUCalStatus s;
@@ -12,19 +25,50 @@ MauryUCalStatus SnapshotOf(const MauryUCal& module)
 }
 
 MauryUCalSession::MauryUCalSession(const UCalPortInfo& info, QObject* parent)
-    : QObject(parent), port(info), thread(new QThread), module(new MauryUCal(info))
+    : QObject(parent), port(info), module(new MauryUCal(info)), worker(new Worker(this))
 {
-    thread->setObjectName(QStringLiteral("uCal Module Thread"));
-    module->moveToThread(thread);
-    // Deleted on its own thread as the loop ends, which closes the port there.
-    connect(thread, &QThread::finished, module, &QObject::deleteLater);
-    thread->start();
+    worker->setObjectName(QStringLiteral("uCal Module Thread"));
+    module->moveToThread(worker);
+    worker->start();
 }
 
 MauryUCalSession::~MauryUCalSession()
 {
     module->RequestAbort();
-    thread->quit();
-    thread->wait();
-    delete thread;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        closing = true;
+    }
+    wake.notify_all();
+    worker->wait();
+    delete worker;
+}
+
+void MauryUCalSession::Enqueue(Job job)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        jobs.push_back(std::move(job));
+    }
+    wake.notify_all();
+}
+
+void MauryUCalSession::Loop()
+{
+    for (;;)
+    {
+        Job job;
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            wake.wait(lock, [this] { return closing || !jobs.empty(); });
+            if (jobs.empty())
+            {
+                break;
+            }
+            job = std::move(jobs.front());
+            jobs.pop_front();
+        }
+        job(*module);
+    }
+    delete module;  // closes the port here, on the thread that used it
 }

@@ -1,15 +1,21 @@
 // The uCal module on a thread of its own. Every module operation waits on the serial port (a
 // factory characterisation takes seconds), so the window never calls one directly: it posts a
 // job and gets the result back on its own thread, while calibration threads may run a job and
-// wait for it. The module object lives on the session's thread from construction to deletion,
-// so its port is only ever touched there.
+// wait for it. The module object lives on the session's thread from its first use to its
+// deletion, so its port is only ever touched there. Jobs travel on a queue of the session's own
+// rather than as Qt events: that thread runs no event loop, and the port's notifiers stay quiet
+// while the waits read it.
 #pragma once
 
 #include <QMetaObject>
 #include <QObject>
 #include <QPointer>
 #include <QThread>
+#include <condition_variable>
+#include <deque>
 #include <functional>
+#include <future>
+#include <mutex>
 
 #include "maury_ucal.h"
 
@@ -29,7 +35,8 @@ class MauryUCalSession : public QObject
     Q_OBJECT
 public:
     explicit MauryUCalSession(const UCalPortInfo& port, QObject* parent = nullptr);
-    // Ends the job in progress at its next wait step, drops queued jobs, closes the port.
+    // Ends the job in progress at its next wait step; jobs still queued then run at once with
+    // every wait failing, and their results are not delivered. Closes the port.
     ~MauryUCalSession() override;
 
     const UCalPortInfo& Port() const { return port; }
@@ -41,12 +48,10 @@ public:
               std::function<void(const R&)> done)
     {
         QPointer<QObject> guard(context);
-        MauryUCal* m = module;
-        QMetaObject::invokeMethod(
-            m,
-            [this, m, job, guard, done]
+        Enqueue(
+            [this, job, guard, done](MauryUCal& m)
             {
-                const R result = job(*m);
+                const R result = job(m);
                 QMetaObject::invokeMethod(
                     this,
                     [guard, done, result]
@@ -57,28 +62,37 @@ public:
                         }
                     },
                     Qt::QueuedConnection);
-            },
-            Qt::QueuedConnection);
+            });
     }
 
-    // Runs a job and waits for it; for calibration and test threads, never the GUI thread. A
-    // session closing meanwhile gives R's default value.
+    // Runs a job and waits for it; for calibration and test threads, never the GUI thread.
     template <typename R>
     R Run(std::function<R(MauryUCal&)> job)
     {
-        if (QThread::currentThread() == thread)
+        if (QThread::currentThread() == worker)
         {
             return job(*module);
         }
-        R result{};
-        MauryUCal* m = module;
-        QMetaObject::invokeMethod(
-            m, [&result, &job, m] { result = job(*m); }, Qt::BlockingQueuedConnection);
-        return result;
+        std::promise<R> result;
+        std::future<R> ready = result.get_future();
+        Enqueue([&result, &job](MauryUCal& m) { result.set_value(job(m)); });
+        return ready.get();
     }
 
 private:
+    using Job = std::function<void(MauryUCal&)>;
+    class Worker;
+
+    void Enqueue(Job job);
+    // The session thread: runs jobs until the session closes, then deletes the module.
+    void Loop();
+
     UCalPortInfo port;
-    QThread* thread = nullptr;
     MauryUCal* module = nullptr;
+    QThread* worker = nullptr;  // a Worker
+    // Guards jobs and closing.
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::deque<Job> jobs;
+    bool closing = false;
 };

@@ -183,7 +183,7 @@ qint64 UCalReplayPort::writeData(const char* data, qint64 size)
         pending.clear();
         for (const QByteArray& read : exchanges[next].received)
         {
-            for (int i = 0; i < read.size(); i += maxPiece > 0 ? maxPiece : read.size())
+            for (int i = 0; i<read.size(); i += maxPiece> 0 ? maxPiece : read.size())
             {
                 pending.append(read.mid(i, maxPiece > 0 ? maxPiece : read.size()));
             }

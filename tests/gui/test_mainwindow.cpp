@@ -1,6 +1,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QMutexLocker>
 #include <QStackedWidget>
@@ -13,6 +14,7 @@
 #include "control_panels.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
+#include "maury_ucal_dialog.h"
 #include "status_bar.h"
 #include "test_fixtures.h"
 #include "touchstone.h"
@@ -31,6 +33,7 @@ private slots:
     void importCreatesHeldChannel();
     void panelStackCollapses();
     void statusBarLabels();
+    void uCalControlsFromTheMenu();
 
 private:
     template <typename T>
@@ -108,8 +111,7 @@ void TestMainWindow::ninthChannelWarnsAndKeepsMeasuring()
         QVERIFY(c->enabled);
     }
     bool runningDuringWarning = false;
-    BoxAnswerer ok(QMessageBox::Ok,
-                   [&] { runningDuringWarning = window->Model().MeasRunning(); });
+    BoxAnswerer ok(QMessageBox::Ok, [&] { runningDuringWarning = window->Model().MeasRunning(); });
     window->addChannelTracePressed();
     QCOMPARE(ok.texts, QStringList{"All channels are currently active."});
     QVERIFY(runningDuringWarning);
@@ -205,6 +207,27 @@ void TestMainWindow::statusBarLabels()
     QCOMPARE(getShortFrequencyString(150), QString("150H"));
     QCOMPARE(getShortFrequencyString(15), QString("15.0H"));
     QCOMPARE(getShortFrequencyString(1.5), QString("1.50Hz"));
+}
+
+// "Utilities > Maury Microwave uCal > Direct Controls" shows the one controls dialog.
+void TestMainWindow::uCalControlsFromTheMenu()
+{
+    QAction* direct = nullptr;
+    for (QAction* a : window->menuBar()->findChildren<QAction*>())
+    {
+        if (a->text() == QLatin1String("Direct Controls"))
+        {
+            direct = a;
+        }
+    }
+    QVERIFY(direct);
+    direct->trigger();
+    auto* dlg = window->findChild<MauryUCalControlsDlg*>();
+    QVERIFY(dlg && dlg->isVisible());
+    dlg->close();
+    direct->trigger();
+    QCOMPARE(window->findChildren<MauryUCalControlsDlg*>().size(), 1);
+    QVERIFY(dlg->isVisible());
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -56,8 +56,8 @@ void TestUCalDialog::controlsDriveTheModule()
     QCOMPARE(dlg.FieldText(MauryUCalControlsDlg::FieldState), QStringLiteral("Short"));
     QVERIFY(dlg.StateButtons()->button(MauryUCal::Short)->isChecked());
     // The first temperature reading follows the connection.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !dlg.FieldText(MauryUCalControlsDlg::FieldTemperature).isEmpty(), kGuardMs);
+    QTRY_VERIFY_WITH_TIMEOUT(!dlg.FieldText(MauryUCalControlsDlg::FieldTemperature).isEmpty(),
+                             kGuardMs);
     QCOMPARE(dlg.FieldText(MauryUCalControlsDlg::FieldTemperature),
              QStringLiteral("24.6°C - In Range"));
 
@@ -82,9 +82,9 @@ void TestUCalDialog::controlsDriveTheModule()
 
     QVERIFY(emu.Control(QStringLiteral("temp 41")));
     dlg.updateTemp();
-    QTRY_VERIFY_WITH_TIMEOUT(
-        dlg.FieldText(MauryUCalControlsDlg::FieldTemperature) == QStringLiteral("41.0°C - Out of Range"),
-        kGuardMs);
+    QTRY_VERIFY_WITH_TIMEOUT(dlg.FieldText(MauryUCalControlsDlg::FieldTemperature) ==
+                                 QStringLiteral("41.0°C - Out of Range"),
+                             kGuardMs);
 
     dlg.ConnectButton()->click();
     QVERIFY(!dlg.IsConnected());

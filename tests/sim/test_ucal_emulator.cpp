@@ -163,13 +163,18 @@ void TestUCalEmulator::faultsFailAndTheModuleRecovers_data()
 {
     QTest::addColumn<QString>("fault");
     QTest::addColumn<QString>("stage");  // what fails: connect, switch or blocks
-    for (const char* f : {"garble", "babble", "short-id"})
-        QTest::newRow(f) << f << "connect";
-    for (const char* f : {"nak", "bad-state"})
-        QTest::newRow(f) << f << "switch";
-    for (const char* f :
-         {"x-header", "zero-count", "short-block", "bad-block", "truncated-block", "glued"})
-        QTest::newRow(f) << f << "blocks";
+    const QPair<const char*, QStringList> stages[] = {
+        {"connect", {"garble", "babble", "short-id"}},
+        {"switch", {"nak", "bad-state"}},
+        {"blocks",
+         {"x-header", "zero-count", "short-block", "bad-block", "truncated-block", "glued"}}};
+    for (const auto& stage : stages)
+    {
+        for (const QString& fault : stage.second)
+        {
+            QTest::newRow(qPrintable(fault)) << fault << QString::fromLatin1(stage.first);
+        }
+    }
 }
 
 void TestUCalEmulator::faultsFailAndTheModuleRecovers()
@@ -202,6 +207,7 @@ void TestUCalEmulator::faultsFailAndTheModuleRecovers()
     }
     // The control line is answered once the emulator has sent all it was sending.
     QVERIFY(emu.Control(QStringLiteral("fault none")));
+    m.SetTimeout(MauryUCal::kTimeoutMs);
     QVERIFY(m.Connect());
     QVERIFY(m.SetState(MauryUCal::Open));
     QVERIFY(m.ReadFactoryCalibration());
@@ -246,7 +252,8 @@ void TestUCalEmulator::sessionKeepsTheModuleOnItsThread()
     session->Post<MauryUCalStatus>(
         [&](MauryUCal& m)
         {
-            jobOffMain = QThread::currentThread() != mainThread && m.thread() == QThread::currentThread();
+            jobOffMain =
+                QThread::currentThread() != mainThread && m.thread() == QThread::currentThread();
             m.Connect();
             return SnapshotOf(m);
         },
@@ -266,10 +273,8 @@ void TestUCalEmulator::sessionKeepsTheModuleOnItsThread()
     // A calibration thread runs a job and waits for it.
     bool switched = false;
     std::thread worker(
-        [&]
-        {
-            switched = session->Run<bool>([](MauryUCal& m)
-                                          { return m.SetState(MauryUCal::Thru); });
+        [&] {
+            switched = session->Run<bool>([](MauryUCal& m) { return m.SetState(MauryUCal::Thru); });
         });
     worker.join();
     QVERIFY(switched);
@@ -309,8 +314,8 @@ void TestUCalEmulator::oneSidedCalibrationThroughBothSimulators()
     QVERIFY(scenePort > 0);
 
     testfx::UCalEmulator emu(Emulator());
-    QVERIFY(emu.Start({"--points", "201", "--baud", "0", "--scene-port",
-                       QString::number(scenePort)}));
+    QVERIFY(
+        emu.Start({"--points", "201", "--baud", "0", "--scene-port", QString::number(scenePort)}));
     MauryUCal m(UCalPortInfo::Named(emu.PortName()));
     QVERIFY(m.Connect() && m.ReadFactoryCalibration());
     const VNACalKit kit = MauryExtractFactoryCalKit(m);

@@ -52,9 +52,8 @@ void TestFuzzRegressions::replay_data()
     QTest::addColumn<QString>("folder");
     const QString findings = qEnvironmentVariable("VNA_TEST_DATA") + "/fuzz-regressions/";
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
-    for (const char* harness :
-         {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits", "ucal_block",
-          "ucal_reply"})
+    for (const char* harness : {"touchstone", "scpi", "text_parsers", "calkit", "calibration",
+                                "limits", "ucal_block", "ucal_reply"})
     {
         const QString name = QString::fromLatin1(harness);
         QTest::newRow(qPrintable("seeds " + name)) << name << seeds + name;

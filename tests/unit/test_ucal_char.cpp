@@ -33,7 +33,8 @@ Module TestModule()
     for (int p = 0; p < 2; ++p)
     {
         const double delay = (60.0 + 9.0 * p) * 1e-12;
-        m.reflect[p][0] = [=](double f) { return std::polar(0.96 - 0.02 * p, -kTwoPi * f * delay); };
+        m.reflect[p][0] = [=](double f)
+        { return std::polar(0.96 - 0.02 * p, -kTwoPi * f * delay); };
         m.reflect[p][1] = [=](double f)
         { return std::polar(0.98, 0.3 - kTwoPi * f * (delay + 4e-12)); };
         m.reflect[p][2] = [=](double f)
@@ -178,9 +179,9 @@ void TestUCalChar::refusesWhatItCannotUse()
     const SParametersRaw raw = bench.Measure(Seen(TestModule(), MauryUCal::Short, UCalPortMap()));
 
     // A one-port calibration cannot correct both module ports, nor can one not yet solved.
-    VNACalibration sol = testfx::MeasureCalibration(testfx::SyntheticCal{SOL, 0, false, {}},
-                                                    testfx::ModelKit(), bench.stim, bench.model,
-                                                    bench.model);
+    VNACalibration sol =
+        testfx::MeasureCalibration(testfx::SyntheticCal{SOL, 0, false, {}}, testfx::ModelKit(),
+                                   bench.stim, bench.model, bench.model);
     sol.BuildCorrections(bench.stim);
     QVERIFY(!uc.AddSweep(MauryUCal::Short, raw, sol, error) && !error.isEmpty());
     VNACalibration unsolved = bench.cal;
@@ -266,9 +267,9 @@ void TestUCalChar::kitFileRoundTrip()
     QTemporaryDir dir;
     const QVector<double> f{1e9, 5e9, 9e9};
     UCalUserCharacterization uc;
-    uc.Begin({QStringLiteral("M"), QStringLiteral("X-N-MM"), QStringLiteral("1"),
-              QStringLiteral("1")},
-             f, UCalPortMap());
+    uc.Begin(
+        {QStringLiteral("M"), QStringLiteral("X-N-MM"), QStringLiteral("1"), QStringLiteral("1")},
+        f, UCalPortMap());
     QString error;
     for (int state = 0; state < 4; ++state)
     {

@@ -35,8 +35,8 @@ QVector<testfx::UCalExchange> Session(const QString& name)
 constexpr qint32 kOwn = std::numeric_limits<qint32>::min();
 
 // A block in the wire format, written independently of the parser; n and p replace the counts.
-QByteArray Encode(const QVector<double>& freqs, const QVector<CplxVector>& params,
-                  qint32 n = kOwn, qint32 p = kOwn)
+QByteArray Encode(const QVector<double>& freqs, const QVector<CplxVector>& params, qint32 n = kOwn,
+                  qint32 p = kOwn)
 {
     QByteArray out;
     auto put = [&out](const void* v, int size)
@@ -70,15 +70,21 @@ bool Decode(const QByteArray& b, QVector<double>& freqs, QVector<CplxVector>& pa
     const char* d = b.constData();
     qint32 n = 0, p = 0;
     if (b.size() < 8)
+    {
         return false;
+    }
     std::memcpy(&n, d, 4);
     if (n < 1 || b.size() < 8 + 8 * n)
+    {
         return false;
+    }
     freqs.resize(n);
     std::memcpy(freqs.data(), d + 4, size_t(8 * n));
     std::memcpy(&p, d + 4 + 8 * n, 4);
     if (b.size() < 8 + 8 * n + 16 * n * p)
+    {
         return false;
+    }
     params = QVector<CplxVector>(p, CplxVector(n));
     for (int k = 0; k < p; ++k)
     {
@@ -272,8 +278,9 @@ void TestUCalProtocol::blockFormat()
 void TestUCalProtocol::blockHeaders()
 {
     const QByteArray data = Encode({1e9}, {{{0.5, 0.5}}, {{0.25, 0.0}}});
-    const auto reply = [&](const QByteArray& line) -> QVector<testfx::UCalExchange>
-    { return {{"G2\n", {line + "\n", data}}}; };
+    const auto reply = [&](const QByteArray& line) -> QVector<testfx::UCalExchange> {
+        return {{"G2\n", {line + "\n", data}}};
+    };
     QByteArray out;
     for (const QByteArray& line : {QByteArray("X100"), QByteArray("R0"), QByteArray("R-5"),
                                    QByteArray("r") + QByteArray::number(data.size()),
