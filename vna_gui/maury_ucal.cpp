@@ -7,6 +7,7 @@
 #include <QSerialPortInfo>
 #include <QtDebug>
 #include <algorithm>
+#include <cmath>
 
 #include "preferences.h"
 

@@ -1,7 +1,6 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QLineEdit>
-#include <QMenuBar>
 #include <QMessageBox>
 #include <QMutexLocker>
 #include <QStackedWidget>
@@ -10,15 +9,53 @@
 #include <QtTest>
 #include <functional>
 
-#include "box_answerer.h"
 #include "control_panels.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
-#include "maury_ucal_dialog.h"
 #include "status_bar.h"
 #include "test_fixtures.h"
 #include "touchstone.h"
 #include "vna_lib.h"
+
+// Answers the next modal message box with `button` and remembers its text; `onBox` runs while
+// the box is up.
+class BoxAnswerer : public QObject
+{
+public:
+    explicit BoxAnswerer(QMessageBox::StandardButton b, std::function<void()> onBox = {})
+        : button(b), seen(std::move(onBox))
+    {
+        connect(&timer, &QTimer::timeout, this, [this] { Answer(); });
+        timer.start(10);
+    }
+    QStringList texts;
+
+private:
+    void Answer()
+    {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+        {
+            return;
+        }
+        texts.append(box->text());
+        if (seen)
+        {
+            seen();
+        }
+        if (QAbstractButton* b = box->button(button))
+        {
+            b->click();
+        }
+        else
+        {
+            box->accept();
+        }
+    }
+    QMessageBox::StandardButton button;
+    std::function<void()> seen;
+    QTimer timer;
+};
 
 class TestMainWindow : public QObject
 {
@@ -33,7 +70,6 @@ private slots:
     void importCreatesHeldChannel();
     void panelStackCollapses();
     void statusBarLabels();
-    void uCalControlsFromTheMenu();
 
 private:
     template <typename T>
@@ -111,7 +147,8 @@ void TestMainWindow::ninthChannelWarnsAndKeepsMeasuring()
         QVERIFY(c->enabled);
     }
     bool runningDuringWarning = false;
-    BoxAnswerer ok(QMessageBox::Ok, [&] { runningDuringWarning = window->Model().MeasRunning(); });
+    BoxAnswerer ok(QMessageBox::Ok,
+                   [&] { runningDuringWarning = window->Model().MeasRunning(); });
     window->addChannelTracePressed();
     QCOMPARE(ok.texts, QStringList{"All channels are currently active."});
     QVERIFY(runningDuringWarning);
@@ -207,27 +244,6 @@ void TestMainWindow::statusBarLabels()
     QCOMPARE(getShortFrequencyString(150), QString("150H"));
     QCOMPARE(getShortFrequencyString(15), QString("15.0H"));
     QCOMPARE(getShortFrequencyString(1.5), QString("1.50Hz"));
-}
-
-// "Utilities > Maury Microwave uCal > Direct Controls" shows the one controls dialog.
-void TestMainWindow::uCalControlsFromTheMenu()
-{
-    QAction* direct = nullptr;
-    for (QAction* a : window->menuBar()->findChildren<QAction*>())
-    {
-        if (a->text() == QLatin1String("Direct Controls"))
-        {
-            direct = a;
-        }
-    }
-    QVERIFY(direct);
-    direct->trigger();
-    auto* dlg = window->findChild<MauryUCalControlsDlg*>();
-    QVERIFY(dlg && dlg->isVisible());
-    dlg->close();
-    direct->trigger();
-    QCOMPARE(window->findChildren<MauryUCalControlsDlg*>().size(), 1);
-    QVERIFY(dlg->isVisible());
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -1,14 +1,17 @@
 // "Maury uCal Controls" against the live emulator, found through the explicit port name: the
 // buttons switch the module, the labels show what it says, and each failure gives its message.
 #include <QButtonGroup>
+#include <QMenuBar>
 #include <QSignalSpy>
 #include <QtTest>
 
-#include "box_answerer.h"
+#include "mainwindow.h"
 #include "maury_ucal_dialog.h"
+#include "modal_answerer.h"
 #include "preferences.h"
 #include "test_fixtures.h"
 #include "ucal_fixtures.h"
+#include "vna_lib.h"
 
 namespace
 {
@@ -34,6 +37,7 @@ private slots:
     void cleanup() { qunsetenv("VNA_UCAL_PORT"); }
     void controlsDriveTheModule();
     void failuresGiveTheirMessages();
+    void menuShowsTheOneDialog();
 };
 
 void TestUCalDialog::controlsDriveTheModule()
@@ -108,7 +112,7 @@ void TestUCalDialog::failuresGiveTheirMessages()
     Preferences::Get().uCalPortName.clear();
     if (MauryUCal::FindDevices().isEmpty())
     {
-        BoxAnswerer ok(QMessageBox::Ok);
+        testfx::ModalAnswerer ok(QMessageBox::Ok);
         dlg.ConnectButton()->click();
         QCOMPARE(ok.texts, QStringList{QStringLiteral("No Maury uCal device found.")});
         QVERIFY(!dlg.IsConnected());
@@ -118,13 +122,40 @@ void TestUCalDialog::failuresGiveTheirMessages()
     QVERIFY(emu.Start({"--points", "5", "--fault", "short-id"}));
     // The preference names the port when the environment does not.
     Preferences::Get().uCalPortName = emu.PortName();
-    BoxAnswerer ok(QMessageBox::Ok);
+    testfx::ModalAnswerer ok(QMessageBox::Ok);
     dlg.ConnectButton()->click();
     QTRY_VERIFY_WITH_TIMEOUT(!ok.texts.isEmpty(), kGuardMs);
     QCOMPARE(ok.texts, QStringList{QStringLiteral("Failed to connect to Maury uCal device.")});
+    QCOMPARE(ok.titles, QStringList{QStringLiteral("Error")});
     QVERIFY(!dlg.IsConnected());
     QCOMPARE(dlg.ConnectButton()->text(), QStringLiteral("Connect"));
     Preferences::Get().uCalPortName.clear();
+}
+
+// "Utilities > Maury Microwave uCal > Direct Controls" shows the window's one controls dialog.
+void TestUCalDialog::menuShowsTheOneDialog()
+{
+    VnaLib none;
+    testfx::ModalAnswerer yes(QMessageBox::Yes);  // accept the demo device
+    MainWindow window(nullptr, &none);
+    window.show();
+    QAction* direct = nullptr;
+    for (QAction* a : window.menuBar()->findChildren<QAction*>())
+    {
+        if (a->text() == QLatin1String("Direct Controls"))
+        {
+            direct = a;
+        }
+    }
+    QVERIFY(direct);
+    direct->trigger();
+    auto* dlg = window.findChild<MauryUCalControlsDlg*>();
+    QVERIFY(dlg && dlg->isVisible());
+    dlg->close();
+    direct->trigger();
+    QCOMPARE(window.findChildren<MauryUCalControlsDlg*>().size(), 1);
+    QVERIFY(dlg->isVisible());
+    window.close();
 }
 
 QTEST_MAIN(TestUCalDialog)
