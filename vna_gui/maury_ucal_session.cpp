@@ -27,6 +27,8 @@ MauryUCalStatus SnapshotOf(const MauryUCal& module)
 MauryUCalSession::MauryUCalSession(const UCalPortInfo& info, QObject* parent)
     : QObject(parent), port(info), module(new MauryUCal(info)), worker(new Worker(this))
 {
+    connect(this, &MauryUCalSession::deliveriesWaiting, this, &MauryUCalSession::HandOver,
+            Qt::QueuedConnection);
     worker->setObjectName(QStringLiteral("uCal Module Thread"));
     module->moveToThread(worker);
     worker->start();
@@ -40,6 +42,11 @@ MauryUCalSession::~MauryUCalSession()
         closing = true;
     }
     wake.notify_all();
+    {
+        // Seen through this lock, everything the loop did comes before what follows here.
+        std::unique_lock<std::mutex> lock(mutex);
+        wake.wait(lock, [this] { return loopDone; });
+    }
     worker->wait();
     delete worker;
 }
@@ -51,6 +58,28 @@ void MauryUCalSession::Enqueue(Job job)
         jobs.push_back(std::move(job));
     }
     wake.notify_all();
+}
+
+void MauryUCalSession::Deliver(Delivery handOver)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        deliveries.push_back(std::move(handOver));
+    }
+    emit deliveriesWaiting();
+}
+
+void MauryUCalSession::HandOver()
+{
+    std::deque<Delivery> ready;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        ready.swap(deliveries);
+    }
+    for (const Delivery& handOver : ready)
+    {
+        handOver();
+    }
 }
 
 void MauryUCalSession::Loop()
@@ -71,4 +100,8 @@ void MauryUCalSession::Loop()
         job(*module);
     }
     delete module;  // closes the port here, on the thread that used it
+    // Told under the lock: the session may be gone as soon as the lock is free.
+    std::lock_guard<std::mutex> lock(mutex);
+    loopDone = true;
+    wake.notify_all();
 }

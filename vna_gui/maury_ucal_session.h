@@ -7,7 +7,6 @@
 // while the waits read it.
 #pragma once
 
-#include <QMetaObject>
 #include <QObject>
 #include <QPointer>
 #include <QThread>
@@ -52,16 +51,14 @@ public:
             [this, job, guard, done](MauryUCal& m)
             {
                 const R result = job(m);
-                QMetaObject::invokeMethod(
-                    this,
+                Deliver(
                     [guard, done, result]
                     {
                         if (guard)
                         {
                             done(result);
                         }
-                    },
-                    Qt::QueuedConnection);
+                    });
             });
     }
 
@@ -79,20 +76,31 @@ public:
         return ready.get();
     }
 
+signals:
+    // Results are waiting to be handed over (a queued connection of the session's own).
+    void deliveriesWaiting();
+
 private:
     using Job = std::function<void(MauryUCal&)>;
+    using Delivery = std::function<void()>;
     class Worker;
 
     void Enqueue(Job job);
+    // From the session thread: queues a finished job's hand-over for this object's thread.
+    void Deliver(Delivery handOver);
+    // On this object's thread: runs the hand-overs waiting.
+    void HandOver();
     // The session thread: runs jobs until the session closes, then deletes the module.
     void Loop();
 
     UCalPortInfo port;
     MauryUCal* module = nullptr;
     QThread* worker = nullptr;  // a Worker
-    // Guards jobs and closing.
+    // Guards jobs, deliveries, closing and loopDone.
     std::mutex mutex;
     std::condition_variable wake;
     std::deque<Job> jobs;
+    std::deque<Delivery> deliveries;
     bool closing = false;
+    bool loopDone = false;
 };
