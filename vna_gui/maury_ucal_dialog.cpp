@@ -186,6 +186,7 @@ void MauryUCalControlsDlg::EndSession()
     connected = false;
     tempPending = false;
     connectButton->setText(tr("Connect"));
+    connectButton->setEnabled(true);  // a connection still under way is dropped
     for (QAbstractButton* b : stateGroup->buttons())
     {
         b->setEnabled(false);
