@@ -129,6 +129,14 @@ void TestUCalDialog::failuresGiveTheirMessages()
     QCOMPARE(ok.titles, QStringList{QStringLiteral("Error")});
     QVERIFY(!dlg.IsConnected());
     QCOMPARE(dlg.ConnectButton()->text(), QStringLiteral("Connect"));
+
+    // Closing the dialog while it waits on a silent module drops the connection under way.
+    QVERIFY(emu.Control(QStringLiteral("fault silent")));
+    dlg.ConnectButton()->click();
+    QVERIFY(!dlg.ConnectButton()->isEnabled());
+    dlg.hide();
+    QVERIFY(dlg.ConnectButton()->isEnabled());
+    QVERIFY(!dlg.IsConnected());
     Preferences::Get().uCalPortName.clear();
 }
 
