@@ -28,6 +28,7 @@
 #include "factory_cal.h"
 #include "frequency.h"
 #include "kx_csv.h"
+#include "maury_ucal.h"
 #include "scpi_def.h"
 #include "scpi_parameters.h"
 #include "touchstone.h"
@@ -560,5 +561,131 @@ inline bool Equations(const uint8_t* data, size_t size)
                      std::memcmp(first.constData(), second.constData(), sizeof(first[0]) * n) == 0;
     }
     return consistent;
+}
+
+// --- the uCal module's protocol ----------------------------------------------------------------
+
+// A port that hands out a byte stream in pieces, one per wait, and takes any command; once the
+// stream is used up nothing more comes, so readers use a zero timeout.
+class PiecePort : public QIODevice
+{
+public:
+    PiecePort(const QByteArray& stream, int piece) : rest(stream), piece(std::max(piece, 1))
+    {
+        open(QIODevice::ReadWrite | QIODevice::Unbuffered);
+    }
+    bool isSequential() const override { return true; }
+    qint64 bytesAvailable() const override { return ready.size() + QIODevice::bytesAvailable(); }
+    bool waitForReadyRead(int) override
+    {
+        if (rest.isEmpty())
+        {
+            return false;
+        }
+        ready += rest.left(piece);
+        rest.remove(0, piece);
+        return true;
+    }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override
+    {
+        const int n = int(std::min<qint64>(maxSize, ready.size()));
+        std::memcpy(data, ready.constData(), size_t(n));
+        ready.remove(0, n);
+        return n;
+    }
+    qint64 writeData(const char*, qint64 size) override { return size; }
+
+private:
+    QByteArray rest;
+    QByteArray ready;
+    int piece;
+};
+
+inline UCalWait NoWait()
+{
+    UCalWait w;
+    w.timeoutMs = 0;
+    return w;
+}
+
+// The block a parse accepted, written back in the wire format by plain copies.
+inline QByteArray EncodeUCalBlock(const QVector<double>& freqs, const QVector<CplxVector>& params)
+{
+    QByteArray out;
+    const qint32 n = freqs.size(), p = params.size();
+    out.append(reinterpret_cast<const char*>(&n), 4);
+    out.append(reinterpret_cast<const char*>(freqs.constData()), 8 * n);
+    out.append(reinterpret_cast<const char*>(&p), 4);
+    for (const CplxVector& v : params)
+    {
+        out.append(reinterpret_cast<const char*>(v.constData()), 16 * v.size());
+    }
+    return out;
+}
+
+// Block parser: whatever it accepts has the format's shape, and is exactly the input's start.
+inline bool UCalBlock(const uint8_t* data, size_t size)
+{
+    const QByteArray bytes(reinterpret_cast<const char*>(data), int(size));
+    QVector<double> freqs;
+    QVector<CplxVector> params;
+    if (!ParseCalBlock(bytes, freqs, params))
+    {
+        return true;
+    }
+    if (freqs.isEmpty() || (params.size() != 2 && params.size() != 4))
+    {
+        return false;
+    }
+    for (const CplxVector& v : params)
+    {
+        if (v.size() != freqs.size())
+        {
+            return false;
+        }
+    }
+    const QByteArray again = EncodeUCalBlock(freqs, params);
+    return bytes.startsWith(again);
+}
+
+// Reply reader: the first byte sets the size of the pieces the rest arrives in. A line ends at
+// a newline within the bound, a block holds at least its count of bytes from the stream, and
+// nothing waits for bytes that never come.
+inline bool UCalReply(const uint8_t* data, size_t size)
+{
+    if (size == 0)
+    {
+        return true;
+    }
+    const int piece = 1 + data[0] % 64;
+    const QByteArray stream(reinterpret_cast<const char*>(data + 1), int(size - 1));
+    PiecePort linePort(stream, piece);
+    QByteArray line;
+    if (ReadReplyLine(linePort, line, NoWait()) &&
+        (!line.contains('\n') || line.size() > kUCalMaxReplyLine + piece ||
+         !stream.startsWith(line)))
+    {
+        return false;
+    }
+    PiecePort blockPort(stream, piece);
+    QByteArray block;
+    if (ReadCalBlock(blockPort, 1, block, NoWait()))
+    {
+        const int newline = stream.indexOf('\n');
+        const int count = stream.left(newline).trimmed().mid(1).toInt();
+        if (block.size() < count || stream.indexOf(block, newline + 1) < 0)
+        {
+            return false;
+        }
+        UCalBlock(reinterpret_cast<const uint8_t*>(block.constData()), size_t(block.size()));
+    }
+    PiecePort idPort(stream, piece);
+    UCalIdentity id;
+    UCalIdentify(idPort, id, NoWait());
+    PiecePort tempPort(stream, piece);
+    UCalReadTemp(tempPort, NoWait());
+    return true;
 }
 }  // namespace fuzzinputs

@@ -27,7 +27,7 @@ fi
 NAME=${1:-all}
 SECONDS_EACH=${2:-60}
 DIR=build-fuzz
-ALL=(touchstone scpi text_parsers calkit calibration limits)
+ALL=(touchstone scpi text_parsers calkit calibration limits ucal_block ucal_reply)
 for f in fuzz/fuzz_*.cpp; do
   n=$(basename "$f" .cpp); n=${n#fuzz_}
   case " ${ALL[*]} " in *" $n "*) ;; *) ALL+=("$n") ;; esac

@@ -79,6 +79,20 @@ bool ParseStandard(const std::vector<std::string>& words, size_t from, KitStanda
     }
     return true;
 }
+// Reads a Touchstone file for the scene: a device between the ports or a port's reflection.
+bool LoadTouchstone(const std::string& path, std::shared_ptr<const TouchstoneDut>& out,
+                    std::string& error)
+{
+    auto d = std::make_shared<TouchstoneDut>();
+    QString message;
+    if (!LoadS2PFile(QString::fromStdString(path), true, d->freqs, d->data, message))
+    {
+        error = "cannot load " + path + ": " + message.toStdString();
+        return false;
+    }
+    out = d;
+    return true;
+}
 }  // namespace
 
 std::vector<std::string> SplitCommand(const std::string& line)
@@ -90,10 +104,10 @@ std::vector<std::string> SplitCommand(const std::string& line)
     {
         words.push_back(w);
     }
-    // Everything is case-insensitive but a file name after "dut".
+    // Everything is case-insensitive but a file name after "dut" or "data".
     for (size_t i = 0; i < words.size(); ++i)
     {
-        const bool fileName = i > 0 && words[i - 1] == "dut";
+        const bool fileName = i > 0 && (words[i - 1] == "dut" || words[i - 1] == "data");
         if (!fileName)
         {
             for (char& c : words[i])
@@ -120,6 +134,9 @@ cplx PortTermination::Reflection(double f) const
                               -2.0 * kTwoPi * f * (kSlidingBase + slide * kSlidingStep));
         case Kit:
             return standard.Reflection(f);
+        case Data:
+            return data && !data->freqs.isEmpty() ? InterpolateArray(data->freqs, data->data.S11, f)
+                                                  : cplx(0.0);
         case Nothing:
         default:
         {
@@ -145,6 +162,8 @@ std::string PortTermination::Describe() const
             return standard.kind == KitStandard::Short  ? "kit short"
                    : standard.kind == KitStandard::Open ? "kit open"
                                                         : "kit load";
+        case Data:
+            return "data " + dataPath;
         case Nothing:
         default:
             return "nothing";
@@ -210,11 +229,9 @@ bool Scene::Apply(const std::vector<std::string>& w, bool& handled, std::string&
             error = "usage: load dut FILE";
             return false;
         }
-        auto d = std::make_shared<TouchstoneDut>();
-        QString message;
-        if (!LoadS2PFile(QString::fromStdString(w[2]), true, d->freqs, d->data, message))
+        std::shared_ptr<const TouchstoneDut> d;
+        if (!LoadTouchstone(w[2], d, error))
         {
-            error = "cannot load " + w[2] + ": " + message.toStdString();
             return false;
         }
         dut = d;
@@ -241,7 +258,7 @@ bool Scene::Apply(const std::vector<std::string>& w, bool& handled, std::string&
     }
     if (w.size() < 4 || w[1] != "port" || (w[2] != "1" && w[2] != "2"))
     {
-        error = "usage: connect port 1|2 nothing|short|open|load|sliding K|kit TYPE ...";
+        error = "usage: connect port 1|2 nothing|short|open|load|sliding K|kit TYPE ...|data FILE";
         return false;
     }
     PortTermination t;
@@ -273,6 +290,21 @@ bool Scene::Apply(const std::vector<std::string>& w, bool& handled, std::string&
         }
         t.kind = PortTermination::Sliding;
         t.slide = int(k);
+        used = 5;
+    }
+    else if (what == "data")
+    {
+        if (w.size() != 5)
+        {
+            error = "data needs a Touchstone file";
+            return false;
+        }
+        t.kind = PortTermination::Data;
+        if (!LoadTouchstone(w[4], t.data, error))
+        {
+            return false;
+        }
+        t.dataPath = w[4];
         used = 5;
     }
     else if (what == "kit")

@@ -12,6 +12,12 @@
 
 namespace vnasim
 {
+struct TouchstoneDut
+{
+    QVector<double> freqs;
+    SParameters data;
+};
+
 struct PortTermination
 {
     enum Kind
@@ -21,20 +27,18 @@ struct PortTermination
         Open,
         Load,
         Sliding,
-        Kit
+        Kit,
+        Data
     };
     Kind kind = Nothing;
     int slide = 0;
     KitStandard standard;
+    // Data: the reflection of a Touchstone file (its S11), interpolated as the device is.
+    std::shared_ptr<const TouchstoneDut> data;
+    std::string dataPath;
 
     cplx Reflection(double f) const;
     std::string Describe() const;
-};
-
-struct TouchstoneDut
-{
-    QVector<double> freqs;
-    SParameters data;
 };
 
 class Scene

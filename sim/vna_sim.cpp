@@ -607,9 +607,9 @@ std::string HandleCommand(const std::string& line)
     if (w[0] == "help" && w.size() == 1)
     {
         return "ok connect port 1|2 nothing|short|open|load|sliding K|kit short|open|load "
-               "[delay PS loss GOHM z0 OHM c0..c3 l0..l3]; connect thru [delay PS loss GOHM z0 "
-               "OHM]; load dut FILE; disconnect; noise on|off; crosstalk on|off; seed N; "
-               "flash erase|factory; reset; scene?; status?";
+               "[delay PS loss GOHM z0 OHM c0..c3 l0..l3]|data FILE; connect thru [delay PS "
+               "loss GOHM z0 OHM]; load dut FILE; disconnect; noise on|off; crosstalk on|off; "
+               "seed N; flash erase|factory; reset; scene?; status?";
     }
     LOCKED;
     bool handled = false;

@@ -21,7 +21,8 @@ CalibrationControlPanel::CalibrationControlPanel(MainWindow* window) : PanelBase
         Column()->addWidget(b);
     }
     loaded = new QCheckBox(this);
-    loaded->setEnabled(false);  // shows the state; loading is the buttons' business
+    // Shows the state; loading is the buttons' business.
+    SetAvailable(loaded, false, tr("Shows whether the channel holds a calibration."));
     enabled = new QCheckBox(this);
     interpolate = new QCheckBox(this);
     QFormLayout* f = Form();
@@ -78,7 +79,7 @@ void CalibrationControlPanel::UpdateControls()
     for (QWidget* control : {static_cast<QWidget*>(viewer), static_cast<QWidget*>(display),
                              static_cast<QWidget*>(standards), static_cast<QWidget*>(errorTerms)})
     {
-        control->setEnabled(t != nullptr);
+        SetAvailable(control, t != nullptr, NoTraceReason());
     }
     if (!t)
     {
@@ -89,6 +90,8 @@ void CalibrationControlPanel::UpdateControls()
     standards->SetByData(int(t->calSetStdTerm));
     errorTerms->SetByData(int(t->calSetErrTerm));
     // Only the list the display shows is in use.
-    standards->setEnabled(t->calSetDisplay == CalSetViewMeasured);
-    errorTerms->setEnabled(t->calSetDisplay == CalSetViewErrorTerms);
+    SetAvailable(standards, t->calSetDisplay == CalSetViewMeasured,
+                 tr("Set Display to Standards to choose a standard."));
+    SetAvailable(errorTerms, t->calSetDisplay == CalSetViewErrorTerms,
+                 tr("Set Display to Error Terms to choose an error term."));
 }

@@ -34,6 +34,7 @@ struct ScpiConnection;
 class ScpiLogDialog;
 class ChannelWidget;
 class ErrorLogDialog;
+class MauryUCalControlsDlg;
 class VNAPlot;
 class VNAStatusBar;
 class VnaLib;
@@ -485,6 +486,9 @@ public slots:
     void calEmbedClearPort1();
     void calEmbedClearPort2();
 
+    // --- electronic calibration module (mainwindow_ucal.cpp) -------------------------------------
+    void showUCalControls();
+
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
     // The equation of a trace by index; the form without one acts on the active trace, as the
     // Math panel does. A new setting takes the last equation error off the status bar: the next
@@ -633,6 +637,7 @@ private:
     MathPanel* mathPanel = nullptr;
     SettingsPanel* settingsPanel = nullptr;
     ErrorLogDialog* errorLogDialog = nullptr;
+    MauryUCalControlsDlg* uCalControls = nullptr;
     VNAStatusBar* statusBarWidget = nullptr;
     QMenu* connectMenu = nullptr;
     QAction* disconnectAction = nullptr;

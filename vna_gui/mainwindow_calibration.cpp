@@ -74,6 +74,7 @@ void MainWindow::aboutToShowCalibrationMenu()
     for (QAction* a : std::as_const(calLoadedActions))
     {
         a->setEnabled(loaded);
+        a->setToolTip(loaded ? QString() : tr("The active channel holds no calibration."));
     }
     calEnabledAction->setChecked(c && c->calibrationEnabled);
     calInterpolateAction->setChecked(c && c->interpolationEnabled);

@@ -163,6 +163,14 @@ void MainWindow::InitMenuBar()
             &MainWindow::showSCPILog);
     connect(utilities->addAction(tr("Write Factory Calibration")), &QAction::triggered, this,
             &MainWindow::calWriteFactoryCal);
+    QMenu* uCal = utilities->addMenu(tr("Maury Microwave uCal"));
+    connect(uCal->addAction(tr("Direct Controls")), &QAction::triggered, this,
+            &MainWindow::showUCalControls);
+    // The characterization procedure arrives with the electronic calibration workflow.
+    QAction* characterize = uCal->addAction(tr("User Characterization"));
+    characterize->setEnabled(false);
+    characterize->setToolTip(tr("Not available in this version of the program."));
+    uCal->setToolTipsVisible(true);
 
     QMenu* help = menuBar()->addMenu(tr("Help"));
     connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);

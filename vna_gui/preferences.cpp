@@ -105,6 +105,7 @@ void Transfer(S& s, Prefs& p, bool load)
     io("SCPIPrefs/LogIsFIFO", p.scpiLogIsFIFO);
     io("UseFactoryCal", useFactoryCal);
     io("ProgramStyle", style);
+    io("UCalPortName", p.uCalPortName);
     if (load)
     {
         p.onPresetPowerLevel = VNAPowerConfig(powerLevel);

@@ -68,6 +68,9 @@ public:
     KXStyleSheet programStyle = KXStyleDark;
     // The operator's own cables of the time-domain panel, beside the built-in list.
     QVector<VNACable> userCables;
+    // The uCal module's serial port when it cannot be found by its USB identity (an emulator's
+    // pseudo-terminal); empty to search by identity only.
+    QString uCalPortName;
 
 private:
     Preferences();
