@@ -6,6 +6,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QStringList>
 #include <QVector>
 #include <functional>
 
@@ -505,6 +506,16 @@ public slots:
     void mathVelocityFactorChanged(double factor);
     void mathLengthChanged(double metres);
 
+    // --- instrument state files (mainwindow_state.cpp) -------------------------------------------
+    // The whole instrument into an .ini file, written while the measurement runs; false when the
+    // file could not be written.
+    bool SaveInstrumentState(const QString& path);
+    // Replaces the whole instrument by the file's. False when the file does not exist (nothing
+    // changed) or has a version this program does not read (the setup kept, but stopped).
+    bool LoadInstrumentState(const QString& path);
+    void saveInstrumentStatePressed();
+    void recallInstrumentStatePressed();
+
     // --- theme and preferences (mainwindow_theme.cpp) --------------------------------------------
     // Load the theme's default colours, apply its style sheet and icons.
     void setLightTheme();
@@ -602,6 +613,10 @@ private:
     void SCPIAnswerPendingOpc();
     void SCPIShowLockout();
     QImage ScreenImage();
+    // Runs file work off the GUI thread behind a progress box, with remote commands held back.
+    void RunStateFileWork(const QString& title, const std::function<void()>& work);
+    // One entry per plot slot: the title, or a null string for an empty slot.
+    QStringList PlotTitles() const;
     // Sounds when a trace that asks for it failed its limit test, at most once per interval, so
     // a trace failing at every sweep does not flood.
     void LimitFailSound();

@@ -44,12 +44,8 @@ void MainWindow::BuildToolbar()
     };
     QAction* save = add(QT_TR_NOOP("Save Instrument State"), "save");
     QAction* load = add(QT_TR_NOOP("Load Instrument State"), "load");
-    save->setEnabled(false);  // instrument state files arrive with their own feature
-    load->setEnabled(false);
-    for (QAction* a : {save, load})
-    {
-        a->setToolTip(tr("Not available in this version of the program."));
-    }
+    connect(save, &QAction::triggered, this, &MainWindow::saveInstrumentStatePressed);
+    connect(load, &QAction::triggered, this, &MainWindow::recallInstrumentStatePressed);
     bar->addSeparator();
     connect(add(QT_TR_NOOP("Add Trace"), "add_trace"), &QAction::triggered, this,
             &MainWindow::addTrace);
@@ -100,12 +96,10 @@ void MainWindow::InitMenuBar()
             [this] { quickSetupFull2Port(false); });
     QAction* recall = file->addAction(tr("Recall Instrument State"));
     recall->setShortcut(QKeySequence(QStringLiteral("Ctrl+L")));
-    recall->setEnabled(false);
-    recall->setToolTip(tr("Not available in this version of the program."));
+    connect(recall, &QAction::triggered, this, &MainWindow::recallInstrumentStatePressed);
     QAction* saveState = file->addAction(tr("Save Instrument State"));
     saveState->setShortcut(QKeySequence(QStringLiteral("Ctrl+S")));
-    saveState->setEnabled(false);
-    saveState->setToolTip(tr("Not available in this version of the program."));
+    connect(saveState, &QAction::triggered, this, &MainWindow::saveInstrumentStatePressed);
     connect(file->addAction(tr("Import .SnP")), &QAction::triggered, this, &MainWindow::importSNP);
     connect(file->addAction(tr("Export .SnP")), &QAction::triggered, this, &MainWindow::exportSNP);
     QAction* image = file->addAction(tr("Save as Image"));

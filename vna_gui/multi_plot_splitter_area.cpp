@@ -7,6 +7,8 @@
 #include <QVBoxLayout>
 #include <cmath>
 
+#include "application_settings.h"
+
 ChannelWidget::ChannelWidget(QWidget* parent) : QWidget(parent)
 {
     grid = new QGridLayout(this);
@@ -73,4 +75,14 @@ void ChannelWidget::Relayout()
         grid->addWidget(frame, i / columns, i % columns);
         ++i;
     }
+}
+
+void ChannelWidget::SaveLayout(ApplicationSettings& settings) const
+{
+    settings.SaveList(QStringLiteral("PlotLayout"), frames.keys());
+}
+
+void ChannelWidget::LoadLayout(ApplicationSettings&)
+{
+    // The grid places the plots in slot order, which the plots added already give.
 }

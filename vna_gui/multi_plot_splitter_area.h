@@ -4,6 +4,7 @@
 #include <QMap>
 #include <QWidget>
 
+class ApplicationSettings;
 class QGridLayout;
 
 class ChannelWidget : public QWidget
@@ -17,6 +18,10 @@ public:
     // Removes the plot's frame; the plot itself is deleted with it.
     void RemovePlot(int number);
     void Clear();
+    // The arrangement of the plots, in the instrument state after the plot slots; loading
+    // follows the plots already added.
+    void SaveLayout(ApplicationSettings& settings) const;
+    void LoadLayout(ApplicationSettings& settings);
 
 signals:
     void plotClosing(int number);

@@ -470,7 +470,8 @@ void TraceChannelMapper::LoadPreset(ApplicationSettings& s)
     for (int c = 0; c < channels; ++c)
     {
         s.SetArrayIndex(c);
-        const int places = s.BeginReadArray(QStringLiteral("TR"));
+        // A file may claim any count: no more places than a channel can have.
+        const int places = std::min(s.BeginReadArray(QStringLiteral("TR")), int(kPlaces));
         for (int p = 0; p < places; ++p)
         {
             s.SetArrayIndex(p);

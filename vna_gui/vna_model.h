@@ -219,6 +219,15 @@ public:
     int scaleCoupling = 0;
     bool triggerScopeAllChannels = false;
 
+    // The output generator dialog's settings, kept with the instrument state.
+    struct OutputGenerator
+    {
+        int port = 0;
+        double frequency = 1e9;
+        double stepFrequency = 1e6;
+        double atten = 0.0;
+    } outputGenerator;
+
     bool fanOverrideEnabled = false;
     int fanOverrideType = 0;
     double fanOverrideSetpoint = 50.0;

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QLocale>
 #include <QTextStream>
+#include <algorithm>
 #include <cmath>
 
 #include "application_settings.h"
@@ -818,6 +819,9 @@ void VNATrace::SavePreset(ApplicationSettings& s) const
     s.EndArray();
 }
 
+// A file may claim any count of table rows; none of the editors comes near this.
+constexpr int kMaxLoadedRows = 10000;
+
 void VNATrace::LoadPreset(ApplicationSettings& s)
 {
     s.Load(QStringLiteral("Name"), name);
@@ -864,7 +868,7 @@ void VNATrace::LoadPreset(ApplicationSettings& s)
     s.Load(QStringLiteral("LimitSound"), limitSound);
     {
         QVector<VNALimitRange> ranges;
-        const int n = s.BeginReadArray(QStringLiteral("LimitRanges"));
+        const int n = std::min(s.BeginReadArray(QStringLiteral("LimitRanges")), kMaxLoadedRows);
         for (int i = 0; i < n; ++i)
         {
             VNALimitRange r;
@@ -884,7 +888,7 @@ void VNATrace::LoadPreset(ApplicationSettings& s)
     s.Load(QStringLiteral("RippleLimitTest"), rippleTest);
     {
         QVector<VNARippleLimitRange> ranges;
-        const int n = s.BeginReadArray(QStringLiteral("RippleLimitRanges"));
+        const int n = std::min(s.BeginReadArray(QStringLiteral("RippleLimitRanges")), kMaxLoadedRows);
         for (int i = 0; i < n; ++i)
         {
             VNARippleLimitRange r;

@@ -1,0 +1,156 @@
+// Instrument state files: the whole instrument saved to and recalled from an .ini file.
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QTcpSocket>
+#include <memory>
+#include <thread>
+
+#include "application_settings.h"
+#include "control_panels.h"
+#include "file_dialogs.h"
+#include "instrument_state.h"
+#include "kx_widgets.h"
+#include "mainwindow.h"
+#include "mainwindow_scpi.h"
+#include "multi_plot_splitter_area.h"
+#include "status_bar.h"
+#include "vna_plot.h"
+
+namespace
+{
+// The last state file saved or recalled: the suggestion of the next save dialog.
+QString lastPresetFileName;
+
+const char* const kStateFilter = QT_TRANSLATE_NOOP("MainWindow", "Instrument State File (*.ini)");
+}  // namespace
+
+void MainWindow::RunStateFileWork(const QString& title, const std::function<void()>& work)
+{
+    // File work on a big state takes seconds: it runs on a thread of its own while the window
+    // stays alive behind a progress box. No remote command runs meanwhile (one on the stack
+    // holds them back), since the work reads or fills the model.
+    KXProgressDialog progress(title, this);
+    progress.setWindowModality(Qt::ApplicationModal);
+    if (!Hidden::Get())
+    {
+        progress.show();
+    }
+    ++scpiDepth;
+    QEventLoop loop;
+    std::thread t(
+        [&]
+        {
+            work();
+            ExitLoopWhenRunning(&loop);
+        });
+    SetThreadName(t, "VNA State File Thread");
+    loop.exec();
+    t.join();
+    --scpiDepth;
+    progress.hide();
+    if (scpiConnection && scpiDepth == 0 && scpiConnection->socket->bytesAvailable() > 0)
+    {
+        QMetaObject::invokeMethod(this, &MainWindow::readSCPISocket, Qt::QueuedConnection);
+    }
+}
+
+QStringList MainWindow::PlotTitles() const
+{
+    QStringList titles;
+    for (const VNAPlot* p : plots)
+    {
+        titles.append(p ? (p->GetTitle().isNull() ? QString(QLatin1String("")) : p->GetTitle())
+                        : QString());
+    }
+    return titles;
+}
+
+bool MainWindow::SaveInstrumentState(const QString& path)
+{
+    lastPresetFileName = path;
+    bool ok = false;
+    const QStringList titles = PlotTitles();
+    RunStateFileWork(tr("Save Instrument State"),
+                     [&]
+                     {
+                         ApplicationSettings s(path);
+                         s.Clear();  // nothing of an older file survives
+                         state::SaveHeader(s, model);
+                         state::SaveChannels(s, model);
+                         state::SavePlotSlots(s, titles);
+                         plotArea->SaveLayout(s);
+                         state::SaveTraces(s, model);
+                         s.Sync();
+                         ok = s.WriteStatus() == QSettings::NoError;
+                     });
+    statusBarWidget->SetMessage(ok ? tr("Saved Preset: ") + QFileInfo(path).fileName()
+                                   : tr("Could not write %1").arg(path));
+    return ok;
+}
+
+bool MainWindow::LoadInstrumentState(const QString& path)
+{
+    if (!QFileInfo(path).isFile())
+    {
+        return false;
+    }
+    lastPresetFileName = path;
+    std::unique_ptr<ApplicationSettings> file;
+    RunStateFileWork(tr("Load Instrument State"),
+                     [&]
+                     {
+                         file.reset(new ApplicationSettings(path));
+                         file->moveToThread(thread());
+                     });
+    ApplicationSettings& s = *file;
+    MeasStop();
+    if (state::FileVersion(s) != state::kFileVersion)
+    {
+        // The running setup stays, stopped: any change of setting starts it again.
+        ShowMessageBoxWarning(this, tr("Invalid file format"),
+                              tr("Unsupported file version, unable to load file."));
+        return false;
+    }
+    PresetInstrumentState(false, false);
+    state::LoadHeader(s, model);
+    if (triggerPanel)
+    {
+        triggerPanel->SetTriggerScopeAllChannels(model.triggerScopeAllChannels);
+    }
+    state::LoadChannels(s, model);
+    const QStringList titles = state::LoadPlotSlots(s);
+    for (int i = 0; i < titles.size(); ++i)
+    {
+        if (!titles[i].isNull() && addPlot(i) == i)
+        {
+            plots[i]->SetTitle(titles[i]);
+        }
+    }
+    plotArea->LoadLayout(s);
+    state::LoadTraces(s, model);
+    UpdateAll();
+    MeasStart();
+    statusBarWidget->SetMessage(tr("Loaded Preset: ") + QFileInfo(path).fileName());
+    return true;
+}
+
+void MainWindow::saveInstrumentStatePressed()
+{
+    const QString path =
+        GetFileNameSave(this, QStringLiteral("DefaultPresetSaveDirectory"), tr(kStateFilter),
+                        tr("Save Instrument State"), lastPresetFileName);
+    if (!path.isEmpty())
+    {
+        SaveInstrumentState(path);
+    }
+}
+
+void MainWindow::recallInstrumentStatePressed()
+{
+    const QString path = GetFileNameOpen(this, QStringLiteral("DefaultPresetSaveDirectory"),
+                                         tr(kStateFilter), tr("Load Instrument State"));
+    if (!path.isEmpty())
+    {
+        LoadInstrumentState(path);
+    }
+}
