@@ -7,12 +7,12 @@
 #include <QBuffer>
 #include <QByteArray>
 #include <QCryptographicHash>
-#include <QtEndian>
 #include <QFile>
 #include <QMutexLocker>
 #include <QString>
 #include <QTemporaryDir>
 #include <QVector>
+#include <QtEndian>
 #include <algorithm>
 #include <cmath>
 #include <complex>
@@ -27,16 +27,18 @@
 #include "error_log.h"
 #include "factory_cal.h"
 #include "frequency.h"
+#include "instrument_state.h"
 #include "kx_csv.h"
 #include "maury_ucal.h"
 #include "scpi_def.h"
 #include "scpi_parameters.h"
 #include "touchstone.h"
+#include "trace_formats.h"
 #include "vna_calibration.h"
 #include "vna_calkit.h"
 #include "vna_limits.h"
-#include "vna_stimulus.h"
 #include "vna_model.h"
+#include "vna_stimulus.h"
 
 namespace fuzzinputs
 {
@@ -687,5 +689,84 @@ inline bool UCalReply(const uint8_t* data, size_t size)
     PiecePort tempPort(stream, piece);
     UCalReadTemp(tempPort, NoWait());
     return true;
+}
+// The model's part of a state file, as the saver writes it into a fresh scratch file.
+inline QByteArray SavedState(VNAModel& model, const QString& fileName)
+{
+    const QString path = ScratchFile(fileName);
+    {
+        ApplicationSettings s(path);
+        state::SaveModel(s, model);
+    }
+    return FileBytes(path);
+}
+
+// Everything a recalled model names exists: the active channel, each trace's channel and plot,
+// and every trace a channel's place points at.
+inline bool StateInRange(VNAModel& m)
+{
+    if (m.activeChannelIndex < 0 || m.activeChannelIndex >= m.channels.size())
+    {
+        return false;
+    }
+    QMutexLocker lock(&m.traceLock);
+    for (const VNATrace* t : m.traces)
+    {
+        if (t && (t->channel < 0 || t->channel >= VNAModel::kChannelCount || t->plot < 0 ||
+                  t->plot >= VNAModel::kPlotCount))
+        {
+            return false;
+        }
+    }
+    for (int c = 0; c < TraceChannelMapper::kChannels; ++c)
+    {
+        for (int p = 0; p < TraceChannelMapper::kPlaces; ++p)
+        {
+            const int t = m.mapper.GetPos(c, p);
+            if (t != -1 && !m.traces.value(t, nullptr))
+            {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+inline bool LoadStateFile(const QString& path, VNAModel& model)
+{
+    ApplicationSettings s(path);
+    return state::LoadModel(s, model);
+}
+
+// Instrument state file: any bytes read as a state file into a fresh model. A file of another
+// version is refused and leaves the model as it was. A file that is read leaves every index in
+// range, and its recall is a fixed point: saved, recalled into another fresh model and saved
+// again, the two files match.
+inline bool StateFile(const uint8_t* data, size_t size)
+{
+    const double z0 = gSystemZ0;  // the file sets it for the whole program
+    const QString path = WriteInput(data, size, QStringLiteral("input.ini"));
+    VNAModel model;
+    const QByteArray fresh = SavedState(model, QStringLiteral("fresh.ini"));
+    bool consistent = true;
+    if (!LoadStateFile(path, model))
+    {
+        consistent = SavedState(model, QStringLiteral("refused.ini")) == fresh;
+    }
+    else if (!StateInRange(model))
+    {
+        consistent = false;
+    }
+    else
+    {
+        const QByteArray once = SavedState(model, QStringLiteral("once.ini"));
+        const QString copy = WriteInput(reinterpret_cast<const uint8_t*>(once.constData()),
+                                        size_t(once.size()), QStringLiteral("again.ini"));
+        VNAModel again;
+        consistent = LoadStateFile(copy, again) && StateInRange(again) &&
+                     SavedState(again, QStringLiteral("twice.ini")) == once;
+    }
+    gSystemZ0 = z0;
+    return consistent;
 }
 }  // namespace fuzzinputs

@@ -57,7 +57,7 @@ void TestFuzzRegressions::replay_data()
     const QString seeds = QStringLiteral(VNA_SOURCE_DIR "/fuzz/corpus/");
     for (const char* harness :
          {"touchstone", "scpi", "text_parsers", "calkit", "calibration", "limits", "equations",
-          "factory_cal", "ucal_block", "ucal_reply"})
+          "factory_cal", "ucal_block", "ucal_reply", "state"})
     {
         const QString name = QString::fromLatin1(harness);
         QTest::newRow(qPrintable("seeds " + name)) << name << seeds + name;
@@ -99,6 +99,8 @@ void TestFuzzRegressions::replay()
             consistent = fuzzinputs::UCalBlock(Bytes(b), size_t(b.size()));
         else if (harness == QLatin1String("ucal_reply"))
             consistent = fuzzinputs::UCalReply(Bytes(b), size_t(b.size()));
+        else if (harness == QLatin1String("state"))
+            consistent = fuzzinputs::StateFile(Bytes(b), size_t(b.size()));
         else
             consistent = fuzzinputs::TextParsers(Bytes(b), size_t(b.size()));
         QVERIFY2(consistent, qPrintable(input.first));
