@@ -1,7 +1,7 @@
 // Soak client: drives the program's remote interface on loopback for a set time with a mix of
-// stimulus changes, data, marker, calibration, fixture, time-domain and gating commands and
-// deliberate garbage, then reports what was answered, what was not, the errors the program queued
-// and its resident memory.
+// stimulus changes, data, marker, calibration, fixture, time-domain and gating commands, state
+// files saved and recalled, and deliberate garbage, then reports what was answered, what was not,
+// the errors the program queued and its resident memory.
 //   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 1000] [--seed N]
 // Exits 1 when the program stops answering altogether (connection lost, or nothing answered).
 #include <QByteArray>
@@ -195,6 +195,10 @@ public:
         Limits(ch, start, stop, round);
         FactoryCal(round);
         Fixtures(ch, round);
+        if (round % 7 == 3)
+        {
+            States(round);
+        }
 
         if (round % 3 == 0)
         {
@@ -209,6 +213,26 @@ public:
         {
             Depart();
         }
+    }
+
+    // The whole state saved to a file and recalled from it; every third time a path that cannot
+    // be written (below a file) and a file that does not exist, which must be refused with an
+    // error while the setup keeps running.
+    void States(int round)
+    {
+        bool ok = false;
+        const bool bad = round % 3 == 0;
+        const QString save = bad ? fixtureFile + QStringLiteral("/state.ini") : stateFile;
+        const QString load = bad ? files.filePath(QStringLiteral("missing.ini")) : stateFile;
+        Send(":SYST:PRES:USER:SAVE \"" + save.toUtf8() + '"');
+        Query("*OPC?", ok);
+        Send(":SYST:PRES:USER:LOAD \"" + load.toUtf8() + '"');
+        Query("*OPC?", ok);
+        if (bad)
+        {
+            DrainErrors();
+        }
+        Send(":INIT1:CONT 1");
     }
 
     // Leaves as a crashed client would, while a single sweep runs, with *OPC? waiting and half a
@@ -541,6 +565,7 @@ private:
         }
         fixtureFile = Write("line.s2p", text);
         badFile = Write("bad.s2p", "# Hz S RI R 50\n1e9 0.1 banana\n");
+        stateFile = files.filePath(QStringLiteral("state.ini"));
     }
 
     QString Write(const char* name, const QByteArray& text)
@@ -569,7 +594,7 @@ private:
     QRandomGenerator rng;
     QTcpSocket socket;
     QTemporaryDir files;
-    QString fixtureFile, badFile;
+    QString fixtureFile, badFile, stateFile;
 };
 
 bool ParseOptions(const QStringList& args, Options& o)
