@@ -560,6 +560,8 @@ private:
     void PerformCalibration();
     // Runs the measuring dialog of the record's type for a channel; true when accepted.
     bool RunCalibrationDialog(VNACalibration& cal, int channel);
+    // Sets one of a channel's correction switches and redraws it.
+    void SetChannelCalFlag(int channel, bool VNAChannel::*flag, bool on);
     // Solves the record for the sweep the channel will have, off the GUI thread, and puts it
     // into the channel.
     void SetChannelCalibration(int channel, VNACalibration cal, bool takeStimulus);

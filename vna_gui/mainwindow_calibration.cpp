@@ -330,7 +330,7 @@ void MainWindow::calUnload()
     calUnload(model.activeChannelIndex);
 }
 
-void MainWindow::calEnabledChanged(int channel, bool enabled)
+void MainWindow::SetChannelCalFlag(int channel, bool VNAChannel::*flag, bool on)
 {
     VNAChannel* c = model.channels.value(channel, nullptr);
     if (!c)
@@ -338,11 +338,16 @@ void MainWindow::calEnabledChanged(int channel, bool enabled)
         return;
     }
     {
-        // The chain reads the flag under the trace lock.
+        // The chain reads the flags under the trace lock.
         QMutexLocker lock(&model.traceLock);
-        c->calibrationEnabled = enabled;
+        c->*flag = on;
     }
     UpdateAll(channel);
+}
+
+void MainWindow::calEnabledChanged(int channel, bool enabled)
+{
+    SetChannelCalFlag(channel, &VNAChannel::calibrationEnabled, enabled);
 }
 
 void MainWindow::calEnabledChanged(bool enabled)
@@ -352,16 +357,7 @@ void MainWindow::calEnabledChanged(bool enabled)
 
 void MainWindow::calInterpolateChanged(int channel, bool enabled)
 {
-    VNAChannel* c = model.channels.value(channel, nullptr);
-    if (!c)
-    {
-        return;
-    }
-    {
-        QMutexLocker lock(&model.traceLock);
-        c->interpolationEnabled = enabled;
-    }
-    UpdateAll(channel);
+    SetChannelCalFlag(channel, &VNAChannel::interpolationEnabled, enabled);
 }
 
 void MainWindow::calInterpolateChanged(bool enabled)
