@@ -33,6 +33,274 @@
     </message>
 </context>
 <context>
+    <name>CalKitEditDlg</name>
+    <message>
+        <source>Offset Delay</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Offset Loss</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Offset Z0</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation type="unfinished">Leerlauf</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation type="unfinished">Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation type="unfinished">Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation type="unfinished">Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished">Abbrechen</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation type="unfinished">OK</translation>
+    </message>
+    <message>
+        <source>Calibration Kit Editor</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Kit Name</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Description</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Connector</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copy Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remove Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Load Data</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>ID</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation type="unfinished">Typ</translation>
+    </message>
+    <message>
+        <source>Gender</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Min Freq</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Max Freq</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Data File</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Add to Class</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remove from Class</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Up</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Down</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 - (missing)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation type="unfinished">Fehler</translation>
+    </message>
+    <message>
+        <source>Invalid ID</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>New standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Only a data based standard takes data from a file.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>SnP File (*.s1p *.s2p)</source>
+        <translation type="unfinished">SnP-Datei (*.s1p *.s2p)</translation>
+    </message>
+    <message>
+        <source>Standard Data</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Error Parsing SnP File</source>
+        <translation type="unfinished">Fehler beim Lesen der SnP-Datei</translation>
+    </message>
+    <message>
+        <source>Calibration Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CalKitManagerDlg</name>
+    <message>
+        <source>Manage Calibration Kits</source>
+        <translation type="unfinished">Kalibriersätze verwalten</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation type="unfinished">Kopieren</translation>
+    </message>
+    <message>
+        <source>Edit</source>
+        <translation type="unfinished">Bearbeiten</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation type="unfinished">Löschen</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export</source>
+        <translation type="unfinished">Exportieren</translation>
+    </message>
+    <message>
+        <source>Characterize Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 (system, read-only)</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CalMeasureDlg</name>
+    <message>
+        <source>Error</source>
+        <translation type="unfinished">Fehler</translation>
+    </message>
+    <message>
+        <source>Did not measure the minimum number of slides (5).
+Sliding load measurement failed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Optional</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished">Abbrechen</translation>
+    </message>
+    <message>
+        <source>Not Complete</source>
+        <translation type="unfinished">Unvollständig</translation>
+    </message>
+    <message>
+        <source>Calibration incomplete, finish calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Question</source>
+        <translation type="unfinished">Frage</translation>
+    </message>
+    <message>
+        <source>Calibration incomplete, are you sure you wish to cancel?</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CalSetupDlg</name>
+    <message>
+        <source>Start New Mechanical Calibration</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation type="unfinished">Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation type="unfinished">Port 2</translation>
+    </message>
+    <message>
+        <source>Cal Type</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Cal Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port Select</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CalWorkflow</name>
+    <message>
+        <source>Unable to write the calibration file %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>CalibrationControlPanel</name>
     <message>
         <source>Start New Calibration (Mechanical)</source>
@@ -78,6 +346,22 @@
         <source>Error Terms</source>
         <translation>Fehlerterme</translation>
     </message>
+    <message>
+        <source>Not available in this version of the program.</source>
+        <translation type="unfinished">In dieser Programmversion nicht verfügbar.</translation>
+    </message>
+    <message>
+        <source>Shows whether the channel holds a calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Set Display to Standards to choose a standard.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Set Display to Error Terms to choose an error term.</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>ChannelControlPanel</name>
@@ -111,6 +395,53 @@
     <message>
         <source>Close Plot</source>
         <translation>Diagramm schließen</translation>
+    </message>
+</context>
+<context>
+    <name>CharacterizeStandardDlg</name>
+    <message>
+        <source>Characterize Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation type="unfinished">Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation type="unfinished">Port 2</translation>
+    </message>
+    <message>
+        <source>Between Port 1 and Port 2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Characterized standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Cal Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Measured On</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Gender</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Description</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Connect the standard to the calibrated channel, then press OK.</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -262,6 +593,93 @@
     </message>
 </context>
 <context>
+    <name>FactoryCal</name>
+    <message>
+        <source>The calibration belongs to instrument %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The instrument did not give its calibration data.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The data end inside the header.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The data are not a factory calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Block format version %1 is not known.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The header is damaged.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The data end inside the calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The checksum does not match.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration does not decompress.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration is too large for the instrument.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration could not be written out.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration could not be read in.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration holds no measured standards.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A factory calibration must be a two-port calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The measured standards do not fit the calibration&apos;s sweep.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There is no file %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to write %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Neither the instrument nor %1 holds a factory calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The instrument did not take the calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Invalid factory calibration data.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Missing factory calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>FixtureControlPanel</name>
     <message>
         <source>Port Extension</source>
@@ -276,24 +694,20 @@
         <translation>De-Embedding</translation>
     </message>
     <message>
-        <source>Load Port 1 S2P</source>
-        <translation>S2P für Port 1 laden</translation>
-    </message>
-    <message>
-        <source>Clear Port 1</source>
-        <translation>Port 1 leeren</translation>
-    </message>
-    <message>
-        <source>Load Port 2 S2P</source>
-        <translation>S2P für Port 2 laden</translation>
-    </message>
-    <message>
-        <source>Clear Port 2</source>
-        <translation>Port 2 leeren</translation>
-    </message>
-    <message>
         <source>Embedding</source>
         <translation>Embedding</translation>
+    </message>
+    <message>
+        <source>Load Port %1 S2P</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Clear Port %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No File Loaded</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -827,6 +1241,251 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
         <source>Connect a device by USB and open this menu again.</source>
         <translation>Schließen Sie ein Gerät per USB an und öffnen Sie dieses Menü erneut.</translation>
     </message>
+    <message>
+        <source>VNA Cal File (*.vnacal)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>System Verification</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The active channel holds no calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A calibration is already in progress.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No device connected.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration Kit Incomplete</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to load the calibration kit %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration kit selected cannot perform this calibration.
+Please ensure all measurement classes are assigned for the specified calibration type.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Specify Calibration File</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>File name invalid, are you sure you wish to cancel?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Overwrite Calibration?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration already loaded. Are you sure you want to override the existing cal?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Error Loading Calibration File</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Aborting operation.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to find the calibration file %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration was made on the instrument with serial number %1, not on the one connected.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Stimulus Settings</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Do you want to load the stimulus settings from the cal?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No calibration loaded.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name: %1
+Type: %2
+Cal Kit: %3
+Date: %4
+Temperature: %5 C
+Serial Number: %6
+Start: %7
+Stop: %8
+Points: %9</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remote calibration not active. Cannot perform action</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration step in progress. Cannot perform action</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Attempting to measure THRU on SOL calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Attempting to measure ISO on SOL calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expected valid port number.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to find specified cal kit.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration step in progress. Cannot save.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration not complete. Cannot save.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration Kit (*.skt)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>System calibration kits are read-only. Copy the kit to change it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>New Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Are you sure you want to delete %1?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Import Calibration Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Export Calibration Kit</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No sweep is running on this channel.</source>
+        <translation type="unfinished">In diesem Kanal läuft kein Sweep.</translation>
+    </message>
+    <message>
+        <source>Measuring</source>
+        <translation type="unfinished">Misst</translation>
+    </message>
+    <message>
+        <source>No sweep arrived; nothing was measured.</source>
+        <translation type="unfinished">Kein Sweep eingetroffen; nichts gemessen.</translation>
+    </message>
+    <message>
+        <source>The channel is not calibrated.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Invalid ID</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Characterize Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Standard %1 was added to %2.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The tolerance must be above 0.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The sweep does not overlap the device&apos;s data.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Verification Device Data</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Largest vector difference allowed:</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Verification passed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Verification failed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Factory Calibration</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No instrument is connected.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Writing Factory Calibration</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Calibration File (*.vnacal)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Write Factory Calibration</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Replace the instrument&apos;s factory calibration with %1?</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>S2P File (*.s2p)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Specify S2P File</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Maury Microwave uCal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Direct Controls</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>User Characterization</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>MarkerControlPanel</name>
@@ -1057,9 +1716,119 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
         <source>Turn off Auto Range to set the range.</source>
         <translation>Automatischen Bereich ausschalten, um den Bereich einzustellen.</translation>
     </message>
+</context>
+<context>
+    <name>MauryUCal</name>
     <message>
-        <source>Not available in this version of the program.</source>
-        <translation>In dieser Programmversion nicht verfügbar.</translation>
+        <source>Port 1 Short</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 1 Open</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 1 Load</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 2 Short</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 2 Open</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 2 Load</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation type="unfinished">Durchverbindung</translation>
+    </message>
+</context>
+<context>
+    <name>MauryUCalControlsDlg</name>
+    <message>
+        <source>Short</source>
+        <translation type="unfinished">Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation type="unfinished">Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation type="unfinished">Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation type="unfinished">Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Manufacturer</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Model</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Number</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Firmware</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Device</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Temperature</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Maury uCal Controls</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Connect</source>
+        <translation type="unfinished">Verbinden</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation type="unfinished">Fehler</translation>
+    </message>
+    <message>
+        <source>No Maury uCal device found.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Failed to connect to Maury uCal device.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Disconnect</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1°C - %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>In Range</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Out of Range</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -1412,6 +2181,84 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>SOLCalDlg</name>
+    <message>
+        <source>SOL Mechanical Calibration - Measure Standards</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Cal Kit: </source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation type="unfinished">Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation type="unfinished">Port 2</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation type="unfinished">Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation type="unfinished">Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation type="unfinished">Abschluss</translation>
+    </message>
+</context>
+<context>
+    <name>SOLTCalDlg</name>
+    <message>
+        <source>SOLR Calibration - Measure Standards</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>SOLT Calibration - Measure Standards</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Cal Kit: </source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation type="unfinished">Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation type="unfinished">Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation type="unfinished">Abschluss</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation type="unfinished">Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation type="unfinished">Port 2</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation type="unfinished">Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Iso</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Optional</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>Scpi</name>
     <message>
         <source>Invalid measure suffix</source>
@@ -1652,6 +2499,26 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Device not found</source>
         <translation>Device not found</translation>
+    </message>
+    <message>
+        <source>Calibration not active.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expected error term string.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Remote calibration already in progress.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expected valid port number.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expected calibration method.</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -2178,6 +3045,33 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>UCalUserCharacterization</name>
+    <message>
+        <source>The module is characterized through a two-port calibration.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The calibration has not been applied to the sweep.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Invalid module state or port map.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The measurement does not match the characterization&apos;s frequencies.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source> - User Characterization</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to write the kit file %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>VNACalKit</name>
     <message>
         <source>Short</source>
@@ -2226,6 +3120,68 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Enter description here</source>
         <translation>Beschreibung hier eingeben</translation>
+    </message>
+</context>
+<context>
+    <name>VNACalKitList</name>
+    <message>
+        <source>&quot;%1&quot; is not a valid kit name: use letters, digits, blanks inside, &quot;_&quot;, &quot;-&quot;, &quot;(&quot; and &quot;)&quot;.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is the name of a system kit.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A calibration kit named &quot;%1&quot; already exists.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to write %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There is no calibration kit named &quot;%1&quot;.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>System calibration kits cannot be changed or deleted.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unable to delete %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 is not a calibration kit file.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Copy of %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>VNACalStdPicker</name>
+    <message>
+        <source>Select Standard</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation type="unfinished">Typ</translation>
+    </message>
+    <message>
+        <source>Gender</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Desc</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Select</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
@@ -2615,6 +3571,33 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>VNASlidingLoadDlg</name>
+    <message>
+        <source>Measure Sliding Load</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Meas Count %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Minimum Meas Count = %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Measure Next Position and Continue</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Measure Next Position and Finish</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>VNAStatusBar</name>
     <message>
         <source>No Device Connected</source>
@@ -2777,6 +3760,21 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Settings changed, trace memory no longer matches. Trace math has been reset.</source>
         <translation>Einstellungen geändert, der Kurvenspeicher passt nicht mehr. Die Kurvenmathematik wurde zurückgesetzt.</translation>
+    </message>
+</context>
+<context>
+    <name>VerificationReport</name>
+    <message>
+        <source>Tolerance: vector difference at most %1 (%2 dB)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: not compared</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1: %2, worst difference %3 (%4 dB) at %5 over %6 points</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
