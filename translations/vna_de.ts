@@ -36,268 +36,269 @@
     <name>CalKitEditDlg</name>
     <message>
         <source>Offset Delay</source>
-        <translation type="unfinished"></translation>
+        <translation>Offset-Verzögerung</translation>
     </message>
     <message>
         <source>Offset Loss</source>
-        <translation type="unfinished"></translation>
+        <translation>Offset-Verlust</translation>
     </message>
     <message>
         <source>Offset Z0</source>
-        <translation type="unfinished"></translation>
+        <translation>Offset-Z0</translation>
     </message>
     <message>
         <source>Open</source>
-        <translation type="unfinished">Leerlauf</translation>
+        <translation>Leerlauf</translation>
     </message>
     <message>
         <source>Short</source>
-        <translation type="unfinished">Kurzschluss</translation>
+        <translation>Kurzschluss</translation>
     </message>
     <message>
         <source>Load</source>
-        <translation type="unfinished">Abschluss</translation>
+        <translation>Abschluss</translation>
     </message>
     <message>
         <source>Thru</source>
-        <translation type="unfinished">Durchverbindung</translation>
+        <translation>Durchverbindung</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished">Abbrechen</translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>OK</source>
-        <translation type="unfinished">OK</translation>
+        <translation>OK</translation>
     </message>
     <message>
         <source>Calibration Kit Editor</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz-Editor</translation>
     </message>
     <message>
         <source>Kit Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name des Satzes</translation>
     </message>
     <message>
         <source>Description</source>
-        <translation type="unfinished"></translation>
+        <translation>Beschreibung</translation>
     </message>
     <message>
         <source>Connector</source>
-        <translation type="unfinished"></translation>
+        <translation>Steckverbinder</translation>
     </message>
     <message>
         <source>Add Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard hinzufügen</translation>
     </message>
     <message>
         <source>Copy Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard kopieren</translation>
     </message>
     <message>
         <source>Remove Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard entfernen</translation>
     </message>
     <message>
         <source>Load Data</source>
-        <translation type="unfinished"></translation>
+        <translation>Daten laden</translation>
     </message>
     <message>
         <source>ID</source>
-        <translation type="unfinished"></translation>
+        <translation>ID</translation>
     </message>
     <message>
         <source>Type</source>
-        <translation type="unfinished">Typ</translation>
+        <translation>Typ</translation>
     </message>
     <message>
         <source>Gender</source>
-        <translation type="unfinished"></translation>
+        <translation>Geschlecht</translation>
     </message>
     <message>
         <source>Min Freq</source>
-        <translation type="unfinished"></translation>
+        <translation>Min. Freq.</translation>
     </message>
     <message>
         <source>Max Freq</source>
-        <translation type="unfinished"></translation>
+        <translation>Max. Freq.</translation>
     </message>
     <message>
         <source>Data File</source>
-        <translation type="unfinished"></translation>
+        <translation>Datendatei</translation>
     </message>
     <message>
         <source>Add to Class</source>
-        <translation type="unfinished"></translation>
+        <translation>Zur Klasse hinzufügen</translation>
     </message>
     <message>
         <source>Remove from Class</source>
-        <translation type="unfinished"></translation>
+        <translation>Aus Klasse entfernen</translation>
     </message>
     <message>
         <source>Up</source>
-        <translation type="unfinished"></translation>
+        <translation>Nach oben</translation>
     </message>
     <message>
         <source>Down</source>
-        <translation type="unfinished"></translation>
+        <translation>Nach unten</translation>
     </message>
     <message>
         <source>Class</source>
-        <translation type="unfinished"></translation>
+        <translation>Klasse</translation>
     </message>
     <message>
         <source>%1 - (missing)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 - (fehlt)</translation>
     </message>
     <message>
         <source>Error</source>
-        <translation type="unfinished">Fehler</translation>
+        <translation>Fehler</translation>
     </message>
     <message>
         <source>Invalid ID</source>
-        <translation type="unfinished"></translation>
+        <translation>Ungültige ID</translation>
     </message>
     <message>
         <source>New standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Neuer Standard</translation>
     </message>
     <message>
         <source>Only a data based standard takes data from a file.</source>
-        <translation type="unfinished"></translation>
+        <translation>Nur ein datenbasierter Standard übernimmt Daten aus einer Datei.</translation>
     </message>
     <message>
         <source>SnP File (*.s1p *.s2p)</source>
-        <translation type="unfinished">SnP-Datei (*.s1p *.s2p)</translation>
+        <translation>SnP-Datei (*.s1p *.s2p)</translation>
     </message>
     <message>
         <source>Standard Data</source>
-        <translation type="unfinished"></translation>
+        <translation>Standarddaten</translation>
     </message>
     <message>
         <source>Error Parsing SnP File</source>
-        <translation type="unfinished">Fehler beim Lesen der SnP-Datei</translation>
+        <translation>Fehler beim Lesen der SnP-Datei</translation>
     </message>
     <message>
         <source>Calibration Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz</translation>
     </message>
 </context>
 <context>
     <name>CalKitManagerDlg</name>
     <message>
         <source>Manage Calibration Kits</source>
-        <translation type="unfinished">Kalibriersätze verwalten</translation>
+        <translation>Kalibriersätze verwalten</translation>
     </message>
     <message>
         <source>New</source>
-        <translation type="unfinished"></translation>
+        <translation>Neu</translation>
     </message>
     <message>
         <source>Copy</source>
-        <translation type="unfinished">Kopieren</translation>
+        <translation>Kopieren</translation>
     </message>
     <message>
         <source>Edit</source>
-        <translation type="unfinished">Bearbeiten</translation>
+        <translation>Bearbeiten</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished">Löschen</translation>
+        <translation>Löschen</translation>
     </message>
     <message>
         <source>Import</source>
-        <translation type="unfinished"></translation>
+        <translation>Importieren</translation>
     </message>
     <message>
         <source>Export</source>
-        <translation type="unfinished">Exportieren</translation>
+        <translation>Exportieren</translation>
     </message>
     <message>
         <source>Characterize Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard charakterisieren</translation>
     </message>
     <message>
         <source>Close</source>
-        <translation type="unfinished"></translation>
+        <translation>Schließen</translation>
     </message>
     <message>
         <source>%1 (system, read-only)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 (System, schreibgeschützt)</translation>
     </message>
 </context>
 <context>
     <name>CalMeasureDlg</name>
     <message>
         <source>Error</source>
-        <translation type="unfinished">Fehler</translation>
+        <translation>Fehler</translation>
     </message>
     <message>
         <source>Did not measure the minimum number of slides (5).
 Sliding load measurement failed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Mindestanzahl von Schieberpositionen (5) wurde nicht gemessen.
+Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
     </message>
     <message>
         <source>Optional</source>
-        <translation type="unfinished"></translation>
+        <translation>Optional</translation>
     </message>
     <message>
         <source>Done</source>
-        <translation type="unfinished"></translation>
+        <translation>Fertig</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished">Abbrechen</translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>Not Complete</source>
-        <translation type="unfinished">Unvollständig</translation>
+        <translation>Unvollständig</translation>
     </message>
     <message>
         <source>Calibration incomplete, finish calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibrierung unvollständig, bitte die Kalibrierung abschließen.</translation>
     </message>
     <message>
         <source>Question</source>
-        <translation type="unfinished">Frage</translation>
+        <translation>Frage</translation>
     </message>
     <message>
         <source>Calibration incomplete, are you sure you wish to cancel?</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibrierung unvollständig, wirklich abbrechen?</translation>
     </message>
 </context>
 <context>
     <name>CalSetupDlg</name>
     <message>
         <source>Start New Mechanical Calibration</source>
-        <translation type="unfinished"></translation>
+        <translation>Neue mechanische Kalibrierung starten</translation>
     </message>
     <message>
         <source>Port 1</source>
-        <translation type="unfinished">Port 1</translation>
+        <translation>Port 1</translation>
     </message>
     <message>
         <source>Port 2</source>
-        <translation type="unfinished">Port 2</translation>
+        <translation>Port 2</translation>
     </message>
     <message>
         <source>Cal Type</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibrierart</translation>
     </message>
     <message>
         <source>Cal Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz</translation>
     </message>
     <message>
         <source>Port Select</source>
-        <translation type="unfinished"></translation>
+        <translation>Portauswahl</translation>
     </message>
 </context>
 <context>
     <name>CalWorkflow</name>
     <message>
         <source>Unable to write the calibration file %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierdatei %1 kann nicht geschrieben werden.</translation>
     </message>
 </context>
 <context>
@@ -348,19 +349,19 @@ Sliding load measurement failed.</source>
     </message>
     <message>
         <source>Not available in this version of the program.</source>
-        <translation type="unfinished">In dieser Programmversion nicht verfügbar.</translation>
+        <translation>In dieser Programmversion nicht verfügbar.</translation>
     </message>
     <message>
         <source>Shows whether the channel holds a calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Zeigt, ob der Kanal eine Kalibrierung enthält.</translation>
     </message>
     <message>
         <source>Set Display to Standards to choose a standard.</source>
-        <translation type="unfinished"></translation>
+        <translation>Anzeige auf „Standards“ stellen, um einen Standard zu wählen.</translation>
     </message>
     <message>
         <source>Set Display to Error Terms to choose an error term.</source>
-        <translation type="unfinished"></translation>
+        <translation>Anzeige auf „Fehlerterme“ stellen, um einen Fehlerterm zu wählen.</translation>
     </message>
 </context>
 <context>
@@ -401,47 +402,47 @@ Sliding load measurement failed.</source>
     <name>CharacterizeStandardDlg</name>
     <message>
         <source>Characterize Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard charakterisieren</translation>
     </message>
     <message>
         <source>Port 1</source>
-        <translation type="unfinished">Port 1</translation>
+        <translation>Port 1</translation>
     </message>
     <message>
         <source>Port 2</source>
-        <translation type="unfinished">Port 2</translation>
+        <translation>Port 2</translation>
     </message>
     <message>
         <source>Between Port 1 and Port 2</source>
-        <translation type="unfinished"></translation>
+        <translation>Zwischen Port 1 und Port 2</translation>
     </message>
     <message>
         <source>Characterized standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Charakterisierter Standard</translation>
     </message>
     <message>
         <source>Cal Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz</translation>
     </message>
     <message>
         <source>Measured On</source>
-        <translation type="unfinished"></translation>
+        <translation>Gemessen an</translation>
     </message>
     <message>
         <source>Class</source>
-        <translation type="unfinished"></translation>
+        <translation>Klasse</translation>
     </message>
     <message>
         <source>Gender</source>
-        <translation type="unfinished"></translation>
+        <translation>Geschlecht</translation>
     </message>
     <message>
         <source>Description</source>
-        <translation type="unfinished"></translation>
+        <translation>Beschreibung</translation>
     </message>
     <message>
         <source>Connect the standard to the calibrated channel, then press OK.</source>
-        <translation type="unfinished"></translation>
+        <translation>Schließen Sie den Standard am kalibrierten Kanal an und drücken Sie dann OK.</translation>
     </message>
 </context>
 <context>
@@ -596,87 +597,87 @@ Sliding load measurement failed.</source>
     <name>FactoryCal</name>
     <message>
         <source>The calibration belongs to instrument %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung gehört zum Gerät %1.</translation>
     </message>
     <message>
         <source>The instrument did not give its calibration data.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Gerät hat seine Kalibrierdaten nicht geliefert.</translation>
     </message>
     <message>
         <source>The data end inside the header.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Daten enden innerhalb des Kopfteils.</translation>
     </message>
     <message>
         <source>The data are not a factory calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Daten sind keine Werkskalibrierung.</translation>
     </message>
     <message>
         <source>Block format version %1 is not known.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Blockformat-Version %1 ist unbekannt.</translation>
     </message>
     <message>
         <source>The header is damaged.</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Kopfteil ist beschädigt.</translation>
     </message>
     <message>
         <source>The data end inside the calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Daten enden innerhalb der Kalibrierung.</translation>
     </message>
     <message>
         <source>The checksum does not match.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Prüfsumme stimmt nicht überein.</translation>
     </message>
     <message>
         <source>The calibration does not decompress.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung lässt sich nicht entpacken.</translation>
     </message>
     <message>
         <source>The calibration is too large for the instrument.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung ist zu groß für das Gerät.</translation>
     </message>
     <message>
         <source>The calibration could not be written out.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung konnte nicht geschrieben werden.</translation>
     </message>
     <message>
         <source>The calibration could not be read in.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung konnte nicht eingelesen werden.</translation>
     </message>
     <message>
         <source>The calibration holds no measured standards.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung enthält keine gemessenen Standards.</translation>
     </message>
     <message>
         <source>A factory calibration must be a two-port calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Werkskalibrierung muss eine Zweitor-Kalibrierung sein.</translation>
     </message>
     <message>
         <source>The measured standards do not fit the calibration&apos;s sweep.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die gemessenen Standards passen nicht zum Sweep der Kalibrierung.</translation>
     </message>
     <message>
         <source>There is no file %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Datei %1 existiert nicht.</translation>
     </message>
     <message>
         <source>Unable to write %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 kann nicht geschrieben werden.</translation>
     </message>
     <message>
         <source>Neither the instrument nor %1 holds a factory calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Weder das Gerät noch %1 enthält eine Werkskalibrierung.</translation>
     </message>
     <message>
         <source>The instrument did not take the calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Gerät hat die Kalibrierung nicht übernommen.</translation>
     </message>
     <message>
         <source>Invalid factory calibration data.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ungültige Daten der Werkskalibrierung.</translation>
     </message>
     <message>
         <source>Missing factory calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Werkskalibrierung fehlt.</translation>
     </message>
 </context>
 <context>
@@ -699,15 +700,15 @@ Sliding load measurement failed.</source>
     </message>
     <message>
         <source>Load Port %1 S2P</source>
-        <translation type="unfinished"></translation>
+        <translation>S2P für Port %1 laden</translation>
     </message>
     <message>
         <source>Clear Port %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Port %1 leeren</translation>
     </message>
     <message>
         <source>No File Loaded</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Datei geladen</translation>
     </message>
 </context>
 <context>
@@ -1243,80 +1244,81 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
     </message>
     <message>
         <source>VNA Cal File (*.vnacal)</source>
-        <translation type="unfinished"></translation>
+        <translation>VNA-Kalibrierdatei (*.vnacal)</translation>
     </message>
     <message>
         <source>System Verification</source>
-        <translation type="unfinished"></translation>
+        <translation>Systemverifikation</translation>
     </message>
     <message>
         <source>The active channel holds no calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Der aktive Kanal enthält keine Kalibrierung.</translation>
     </message>
     <message>
         <source>A calibration is already in progress.</source>
-        <translation type="unfinished"></translation>
+        <translation>Es läuft bereits eine Kalibrierung.</translation>
     </message>
     <message>
         <source>No device connected.</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Gerät verbunden.</translation>
     </message>
     <message>
         <source>Calibration Kit Incomplete</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz unvollständig</translation>
     </message>
     <message>
         <source>Unable to load the calibration kit %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Kalibriersatz %1 kann nicht geladen werden.</translation>
     </message>
     <message>
         <source>The calibration kit selected cannot perform this calibration.
 Please ensure all measurement classes are assigned for the specified calibration type.</source>
-        <translation type="unfinished"></translation>
+        <translation>Mit dem gewählten Kalibriersatz ist diese Kalibrierung nicht möglich.
+Bitte stellen Sie sicher, dass für die gewählte Kalibrierart alle Messklassen belegt sind.</translation>
     </message>
     <message>
         <source>Specify Calibration File</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibrierdatei angeben</translation>
     </message>
     <message>
         <source>File name invalid, are you sure you wish to cancel?</source>
-        <translation type="unfinished"></translation>
+        <translation>Ungültiger Dateiname, wirklich abbrechen?</translation>
     </message>
     <message>
         <source>Overwrite Calibration?</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibrierung überschreiben?</translation>
     </message>
     <message>
         <source>Calibration already loaded. Are you sure you want to override the existing cal?</source>
-        <translation type="unfinished"></translation>
+        <translation>Es ist bereits eine Kalibrierung geladen. Soll die vorhandene Kalibrierung wirklich ersetzt werden?</translation>
     </message>
     <message>
         <source>Error Loading Calibration File</source>
-        <translation type="unfinished"></translation>
+        <translation>Fehler beim Laden der Kalibrierdatei</translation>
     </message>
     <message>
         <source>Aborting operation.</source>
-        <translation type="unfinished"></translation>
+        <translation>Vorgang wird abgebrochen.</translation>
     </message>
     <message>
         <source>Unable to find the calibration file %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierdatei %1 wurde nicht gefunden.</translation>
     </message>
     <message>
         <source>The calibration was made on the instrument with serial number %1, not on the one connected.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung wurde am Gerät mit der Seriennummer %1 aufgenommen, nicht am verbundenen Gerät.</translation>
     </message>
     <message>
         <source>Stimulus Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>Stimulus-Einstellungen</translation>
     </message>
     <message>
         <source>Do you want to load the stimulus settings from the cal?</source>
-        <translation type="unfinished"></translation>
+        <translation>Sollen die Stimulus-Einstellungen aus der Kalibrierung geladen werden?</translation>
     </message>
     <message>
         <source>No calibration loaded.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Kalibrierung geladen.</translation>
     </message>
     <message>
         <source>Name: %1
@@ -1328,163 +1330,171 @@ Serial Number: %6
 Start: %7
 Stop: %8
 Points: %9</source>
-        <translation type="unfinished"></translation>
+        <translation>Name: %1
+Art: %2
+Kalibriersatz: %3
+Datum: %4
+Temperatur: %5 °C
+Seriennummer: %6
+Start: %7
+Stopp: %8
+Punkte: %9</translation>
     </message>
     <message>
         <source>Remote calibration not active. Cannot perform action</source>
-        <translation type="unfinished"></translation>
+        <translation>Remote calibration not active. Cannot perform action</translation>
     </message>
     <message>
         <source>Calibration step in progress. Cannot perform action</source>
-        <translation type="unfinished"></translation>
+        <translation>Calibration step in progress. Cannot perform action</translation>
     </message>
     <message>
         <source>Attempting to measure THRU on SOL calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Attempting to measure THRU on SOL calibration.</translation>
     </message>
     <message>
         <source>Attempting to measure ISO on SOL calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Attempting to measure ISO on SOL calibration.</translation>
     </message>
     <message>
         <source>Expected valid port number.</source>
-        <translation type="unfinished"></translation>
+        <translation>Expected valid port number.</translation>
     </message>
     <message>
         <source>Unable to find specified cal kit.</source>
-        <translation type="unfinished"></translation>
+        <translation>Unable to find specified cal kit.</translation>
     </message>
     <message>
         <source>Calibration step in progress. Cannot save.</source>
-        <translation type="unfinished"></translation>
+        <translation>Calibration step in progress. Cannot save.</translation>
     </message>
     <message>
         <source>Calibration not complete. Cannot save.</source>
-        <translation type="unfinished"></translation>
+        <translation>Calibration not complete. Cannot save.</translation>
     </message>
     <message>
         <source>Calibration Kit (*.skt)</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz (*.skt)</translation>
     </message>
     <message>
         <source>System calibration kits are read-only. Copy the kit to change it.</source>
-        <translation type="unfinished"></translation>
+        <translation>System-Kalibriersätze sind schreibgeschützt. Kopieren Sie den Satz, um ihn zu ändern.</translation>
     </message>
     <message>
         <source>Calibration Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz</translation>
     </message>
     <message>
         <source>New Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Neuer Kalibriersatz</translation>
     </message>
     <message>
         <source>Are you sure you want to delete %1?</source>
-        <translation type="unfinished"></translation>
+        <translation>Soll %1 wirklich gelöscht werden?</translation>
     </message>
     <message>
         <source>Import Calibration Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz importieren</translation>
     </message>
     <message>
         <source>Export Calibration Kit</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz exportieren</translation>
     </message>
     <message>
         <source>No sweep is running on this channel.</source>
-        <translation type="unfinished">In diesem Kanal läuft kein Sweep.</translation>
+        <translation>In diesem Kanal läuft kein Sweep.</translation>
     </message>
     <message>
         <source>Measuring</source>
-        <translation type="unfinished">Misst</translation>
+        <translation>Messung läuft</translation>
     </message>
     <message>
         <source>No sweep arrived; nothing was measured.</source>
-        <translation type="unfinished">Kein Sweep eingetroffen; nichts gemessen.</translation>
+        <translation>Kein Sweep eingetroffen; nichts gemessen.</translation>
     </message>
     <message>
         <source>The channel is not calibrated.</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Kanal ist nicht kalibriert.</translation>
     </message>
     <message>
         <source>Invalid ID</source>
-        <translation type="unfinished"></translation>
+        <translation>Ungültige ID</translation>
     </message>
     <message>
         <source>Characterize Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard charakterisieren</translation>
     </message>
     <message>
         <source>Standard %1 was added to %2.</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard %1 wurde zu %2 hinzugefügt.</translation>
     </message>
     <message>
         <source>The tolerance must be above 0.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Toleranz muss größer als 0 sein.</translation>
     </message>
     <message>
         <source>The sweep does not overlap the device&apos;s data.</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Sweep überschneidet sich nicht mit den Daten des Verifikationsobjekts.</translation>
     </message>
     <message>
         <source>Verification Device Data</source>
-        <translation type="unfinished"></translation>
+        <translation>Daten des Verifikationsobjekts</translation>
     </message>
     <message>
         <source>Largest vector difference allowed:</source>
-        <translation type="unfinished"></translation>
+        <translation>Größte zulässige Vektordifferenz:</translation>
     </message>
     <message>
         <source>Verification passed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Verifikation bestanden.</translation>
     </message>
     <message>
         <source>Verification failed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Verifikation nicht bestanden.</translation>
     </message>
     <message>
         <source>Factory Calibration</source>
-        <translation type="unfinished"></translation>
+        <translation>Werkskalibrierung</translation>
     </message>
     <message>
         <source>No instrument is connected.</source>
-        <translation type="unfinished"></translation>
+        <translation>Es ist kein Gerät verbunden.</translation>
     </message>
     <message>
         <source>Writing Factory Calibration</source>
-        <translation type="unfinished"></translation>
+        <translation>Werkskalibrierung wird geschrieben</translation>
     </message>
     <message>
         <source>Calibration File (*.vnacal)</source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibrierdatei (*.vnacal)</translation>
     </message>
     <message>
         <source>Write Factory Calibration</source>
-        <translation type="unfinished"></translation>
+        <translation>Werkskalibrierung schreiben</translation>
     </message>
     <message>
         <source>Replace the instrument&apos;s factory calibration with %1?</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Werkskalibrierung des Geräts durch %1 ersetzen?</translation>
     </message>
     <message>
         <source>S2P File (*.s2p)</source>
-        <translation type="unfinished"></translation>
+        <translation>S2P-Datei (*.s2p)</translation>
     </message>
     <message>
         <source>Specify S2P File</source>
-        <translation type="unfinished"></translation>
+        <translation>S2P-Datei angeben</translation>
     </message>
     <message>
         <source>Maury Microwave uCal</source>
-        <translation type="unfinished"></translation>
+        <translation>Maury Microwave uCal</translation>
     </message>
     <message>
         <source>Direct Controls</source>
-        <translation type="unfinished"></translation>
+        <translation>Direktsteuerung</translation>
     </message>
     <message>
         <source>User Characterization</source>
-        <translation type="unfinished"></translation>
+        <translation>Benutzercharakterisierung</translation>
     </message>
 </context>
 <context>
@@ -1721,114 +1731,114 @@ Points: %9</source>
     <name>MauryUCal</name>
     <message>
         <source>Port 1 Short</source>
-        <translation type="unfinished"></translation>
+        <translation>Port 1 Kurzschluss</translation>
     </message>
     <message>
         <source>Port 1 Open</source>
-        <translation type="unfinished"></translation>
+        <translation>Port 1 Leerlauf</translation>
     </message>
     <message>
         <source>Port 1 Load</source>
-        <translation type="unfinished"></translation>
+        <translation>Port 1 Abschluss</translation>
     </message>
     <message>
         <source>Port 2 Short</source>
-        <translation type="unfinished"></translation>
+        <translation>Port 2 Kurzschluss</translation>
     </message>
     <message>
         <source>Port 2 Open</source>
-        <translation type="unfinished"></translation>
+        <translation>Port 2 Leerlauf</translation>
     </message>
     <message>
         <source>Port 2 Load</source>
-        <translation type="unfinished"></translation>
+        <translation>Port 2 Abschluss</translation>
     </message>
     <message>
         <source>Thru</source>
-        <translation type="unfinished">Durchverbindung</translation>
+        <translation>Durchverbindung</translation>
     </message>
 </context>
 <context>
     <name>MauryUCalControlsDlg</name>
     <message>
         <source>Short</source>
-        <translation type="unfinished">Kurzschluss</translation>
+        <translation>Kurzschluss</translation>
     </message>
     <message>
         <source>Open</source>
-        <translation type="unfinished">Leerlauf</translation>
+        <translation>Leerlauf</translation>
     </message>
     <message>
         <source>Load</source>
-        <translation type="unfinished">Abschluss</translation>
+        <translation>Abschluss</translation>
     </message>
     <message>
         <source>Thru</source>
-        <translation type="unfinished">Durchverbindung</translation>
+        <translation>Durchverbindung</translation>
     </message>
     <message>
         <source>Manufacturer</source>
-        <translation type="unfinished"></translation>
+        <translation>Hersteller</translation>
     </message>
     <message>
         <source>Model</source>
-        <translation type="unfinished"></translation>
+        <translation>Modell</translation>
     </message>
     <message>
         <source>Serial Number</source>
-        <translation type="unfinished"></translation>
+        <translation>Seriennummer</translation>
     </message>
     <message>
         <source>Firmware</source>
-        <translation type="unfinished"></translation>
+        <translation>Firmware</translation>
     </message>
     <message>
         <source>Device</source>
-        <translation type="unfinished"></translation>
+        <translation>Gerät</translation>
     </message>
     <message>
         <source>State</source>
-        <translation type="unfinished"></translation>
+        <translation>Zustand</translation>
     </message>
     <message>
         <source>Temperature</source>
-        <translation type="unfinished"></translation>
+        <translation>Temperatur</translation>
     </message>
     <message>
         <source>Maury uCal Controls</source>
-        <translation type="unfinished"></translation>
+        <translation>Steuerung des Maury uCal</translation>
     </message>
     <message>
         <source>Connect</source>
-        <translation type="unfinished">Verbinden</translation>
+        <translation>Verbinden</translation>
     </message>
     <message>
         <source>Error</source>
-        <translation type="unfinished">Fehler</translation>
+        <translation>Fehler</translation>
     </message>
     <message>
         <source>No Maury uCal device found.</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Gerät vom Typ Maury uCal gefunden.</translation>
     </message>
     <message>
         <source>Failed to connect to Maury uCal device.</source>
-        <translation type="unfinished"></translation>
+        <translation>Verbindung zum Maury uCal fehlgeschlagen.</translation>
     </message>
     <message>
         <source>Disconnect</source>
-        <translation type="unfinished"></translation>
+        <translation>Trennen</translation>
     </message>
     <message>
         <source>%1°C - %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 °C - %2</translation>
     </message>
     <message>
         <source>In Range</source>
-        <translation type="unfinished"></translation>
+        <translation>Im Bereich</translation>
     </message>
     <message>
         <source>Out of Range</source>
-        <translation type="unfinished"></translation>
+        <translation>Außerhalb des Bereichs</translation>
     </message>
 </context>
 <context>
@@ -2184,78 +2194,78 @@ Close this dialog to return to local operation.</source>
     <name>SOLCalDlg</name>
     <message>
         <source>SOL Mechanical Calibration - Measure Standards</source>
-        <translation type="unfinished"></translation>
+        <translation>Mechanische SOL-Kalibrierung - Standards messen</translation>
     </message>
     <message>
         <source>Cal Kit: </source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz: </translation>
     </message>
     <message>
         <source>Port 1</source>
-        <translation type="unfinished">Port 1</translation>
+        <translation>Port 1</translation>
     </message>
     <message>
         <source>Port 2</source>
-        <translation type="unfinished">Port 2</translation>
+        <translation>Port 2</translation>
     </message>
     <message>
         <source>Short</source>
-        <translation type="unfinished">Kurzschluss</translation>
+        <translation>Kurzschluss</translation>
     </message>
     <message>
         <source>Open</source>
-        <translation type="unfinished">Leerlauf</translation>
+        <translation>Leerlauf</translation>
     </message>
     <message>
         <source>Load</source>
-        <translation type="unfinished">Abschluss</translation>
+        <translation>Abschluss</translation>
     </message>
 </context>
 <context>
     <name>SOLTCalDlg</name>
     <message>
         <source>SOLR Calibration - Measure Standards</source>
-        <translation type="unfinished"></translation>
+        <translation>SOLR-Kalibrierung - Standards messen</translation>
     </message>
     <message>
         <source>SOLT Calibration - Measure Standards</source>
-        <translation type="unfinished"></translation>
+        <translation>SOLT-Kalibrierung - Standards messen</translation>
     </message>
     <message>
         <source>Cal Kit: </source>
-        <translation type="unfinished"></translation>
+        <translation>Kalibriersatz: </translation>
     </message>
     <message>
         <source>Short</source>
-        <translation type="unfinished">Kurzschluss</translation>
+        <translation>Kurzschluss</translation>
     </message>
     <message>
         <source>Open</source>
-        <translation type="unfinished">Leerlauf</translation>
+        <translation>Leerlauf</translation>
     </message>
     <message>
         <source>Load</source>
-        <translation type="unfinished">Abschluss</translation>
+        <translation>Abschluss</translation>
     </message>
     <message>
         <source>Port 1</source>
-        <translation type="unfinished">Port 1</translation>
+        <translation>Port 1</translation>
     </message>
     <message>
         <source>Port 2</source>
-        <translation type="unfinished">Port 2</translation>
+        <translation>Port 2</translation>
     </message>
     <message>
         <source>Thru</source>
-        <translation type="unfinished">Durchverbindung</translation>
+        <translation>Durchverbindung</translation>
     </message>
     <message>
         <source>Iso</source>
-        <translation type="unfinished"></translation>
+        <translation>Isolation</translation>
     </message>
     <message>
         <source>Optional</source>
-        <translation type="unfinished"></translation>
+        <translation>Optional</translation>
     </message>
 </context>
 <context>
@@ -2502,23 +2512,23 @@ Close this dialog to return to local operation.</source>
     </message>
     <message>
         <source>Calibration not active.</source>
-        <translation type="unfinished"></translation>
+        <translation>Calibration not active.</translation>
     </message>
     <message>
         <source>Expected error term string.</source>
-        <translation type="unfinished"></translation>
+        <translation>Expected error term string.</translation>
     </message>
     <message>
         <source>Remote calibration already in progress.</source>
-        <translation type="unfinished"></translation>
+        <translation>Remote calibration already in progress.</translation>
     </message>
     <message>
         <source>Expected valid port number.</source>
-        <translation type="unfinished"></translation>
+        <translation>Expected valid port number.</translation>
     </message>
     <message>
         <source>Expected calibration method.</source>
-        <translation type="unfinished"></translation>
+        <translation>Expected calibration method.</translation>
     </message>
 </context>
 <context>
@@ -3048,27 +3058,27 @@ Close this dialog to return to local operation.</source>
     <name>UCalUserCharacterization</name>
     <message>
         <source>The module is characterized through a two-port calibration.</source>
-        <translation type="unfinished"></translation>
+        <translation>Zur Charakterisierung des Moduls ist eine Zweitor-Kalibrierung nötig.</translation>
     </message>
     <message>
         <source>The calibration has not been applied to the sweep.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibrierung wurde nicht auf den Sweep angewendet.</translation>
     </message>
     <message>
         <source>Invalid module state or port map.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ungültiger Modulzustand oder ungültige Portzuordnung.</translation>
     </message>
     <message>
         <source>The measurement does not match the characterization&apos;s frequencies.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Messung passt nicht zu den Frequenzen der Charakterisierung.</translation>
     </message>
     <message>
         <source> - User Characterization</source>
-        <translation type="unfinished"></translation>
+        <translation> - Benutzercharakterisierung</translation>
     </message>
     <message>
         <source>Unable to write the kit file %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kalibriersatzdatei %1 kann nicht geschrieben werden.</translation>
     </message>
 </context>
 <context>
@@ -3126,62 +3136,62 @@ Close this dialog to return to local operation.</source>
     <name>VNACalKitList</name>
     <message>
         <source>&quot;%1&quot; is not a valid kit name: use letters, digits, blanks inside, &quot;_&quot;, &quot;-&quot;, &quot;(&quot; and &quot;)&quot;.</source>
-        <translation type="unfinished"></translation>
+        <translation>„%1“ ist kein gültiger Name für einen Kalibriersatz: erlaubt sind Buchstaben, Ziffern, Leerzeichen im Inneren, „_“, „-“, „(“ und „)“.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is the name of a system kit.</source>
-        <translation type="unfinished"></translation>
+        <translation>„%1“ ist der Name eines System-Kalibriersatzes.</translation>
     </message>
     <message>
         <source>A calibration kit named &quot;%1&quot; already exists.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ein Kalibriersatz namens „%1“ existiert bereits.</translation>
     </message>
     <message>
         <source>Unable to write %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 kann nicht geschrieben werden.</translation>
     </message>
     <message>
         <source>There is no calibration kit named &quot;%1&quot;.</source>
-        <translation type="unfinished"></translation>
+        <translation>Es gibt keinen Kalibriersatz namens „%1“.</translation>
     </message>
     <message>
         <source>System calibration kits cannot be changed or deleted.</source>
-        <translation type="unfinished"></translation>
+        <translation>System-Kalibriersätze können nicht geändert oder gelöscht werden.</translation>
     </message>
     <message>
         <source>Unable to delete %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 kann nicht gelöscht werden.</translation>
     </message>
     <message>
         <source>%1 is not a calibration kit file.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 ist keine Kalibriersatzdatei.</translation>
     </message>
     <message>
         <source>Copy of %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Kopie von %1</translation>
     </message>
 </context>
 <context>
     <name>VNACalStdPicker</name>
     <message>
         <source>Select Standard</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard wählen</translation>
     </message>
     <message>
         <source>Type</source>
-        <translation type="unfinished">Typ</translation>
+        <translation>Typ</translation>
     </message>
     <message>
         <source>Gender</source>
-        <translation type="unfinished"></translation>
+        <translation>Geschlecht</translation>
     </message>
     <message>
         <source>Desc</source>
-        <translation type="unfinished"></translation>
+        <translation>Beschr.</translation>
     </message>
     <message>
         <source>Select</source>
-        <translation type="unfinished"></translation>
+        <translation>Wählen</translation>
     </message>
 </context>
 <context>
@@ -3574,27 +3584,27 @@ Close this dialog to return to local operation.</source>
     <name>VNASlidingLoadDlg</name>
     <message>
         <source>Measure Sliding Load</source>
-        <translation type="unfinished"></translation>
+        <translation>Gleitenden Abschluss messen</translation>
     </message>
     <message>
         <source>Meas Count %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Messungen: %1</translation>
     </message>
     <message>
         <source>Minimum Meas Count = %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Mindestanzahl Messungen = %1</translation>
     </message>
     <message>
         <source>Measure Next Position and Continue</source>
-        <translation type="unfinished"></translation>
+        <translation>Nächste Position messen und fortfahren</translation>
     </message>
     <message>
         <source>Measure Next Position and Finish</source>
-        <translation type="unfinished"></translation>
+        <translation>Nächste Position messen und beenden</translation>
     </message>
     <message>
         <source>Done</source>
-        <translation type="unfinished"></translation>
+        <translation>Fertig</translation>
     </message>
 </context>
 <context>
@@ -3766,15 +3776,15 @@ Close this dialog to return to local operation.</source>
     <name>VerificationReport</name>
     <message>
         <source>Tolerance: vector difference at most %1 (%2 dB)</source>
-        <translation type="unfinished"></translation>
+        <translation>Toleranz: Vektordifferenz höchstens %1 (%2 dB)</translation>
     </message>
     <message>
         <source>%1: not compared</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: nicht verglichen</translation>
     </message>
     <message>
         <source>%1: %2, worst difference %3 (%4 dB) at %5 over %6 points</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2, größte Abweichung %3 (%4 dB) bei %5 über %6 Punkte</translation>
     </message>
 </context>
 <context>
