@@ -489,6 +489,12 @@ public slots:
     // --- electronic calibration module (mainwindow_ucal.cpp) -------------------------------------
     void showUCalControls();
 
+    // --- electronic calibration (mainwindow_ecal.cpp) --------------------------------------------
+    // The operator's calibration of the active channel through the uCal module: the module's
+    // factory data, the setup with its port map, the standards switched in turn, the file, and
+    // the record into the channel.
+    void calStartNewECalibration();
+
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
     // The equation of a trace by index; the form without one acts on the active trace, as the
     // Math panel does. A new setting takes the last equation error off the status bar: the next
@@ -558,8 +564,13 @@ private:
     void LoadFactoryCalInThread();
     void InitCalibrationMenu(QMenu* menu);
     void PerformCalibration();
-    // Runs the measuring dialog of the record's type for a channel; true when accepted.
-    bool RunCalibrationDialog(VNACalibration& cal, int channel);
+    void PerformECalibration();
+    // Runs the measuring dialog that make builds, with the instrument held, for a channel; true
+    // when accepted.
+    bool RunCalibrationDialog(int channel, const std::function<CalMeasureDlg*()>& make);
+    // The end of an operator's calibration: the file asked for, the record written, solved and
+    // put into the channel. False when the operator gives up on the file or writing fails.
+    bool SaveCalibrationToChannel(VNACalibration& cal, int channel);
     // Sets one of a channel's correction switches and redraws it.
     void SetChannelCalFlag(int channel, bool VNAChannel::*flag, bool on);
     // Solves the record for the sweep the channel will have, off the GUI thread, and puts it
