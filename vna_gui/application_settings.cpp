@@ -8,6 +8,7 @@
 #include <QLockFile>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QUrl>
 #include <atomic>
 #include <cstdio>
 
@@ -343,8 +344,11 @@ QString GetFactoryCalFileName(int serial)
 
 QString GetManualsDir()
 {
-    return QStringLiteral("file:///") + QCoreApplication::applicationDirPath() +
-           QStringLiteral("/../manuals/");
+    // A URL on every system: pasting "file:///" before an absolute Unix path would give four
+    // slashes, which names a network share.
+    return QUrl::fromLocalFile(QCoreApplication::applicationDirPath() +
+                               QStringLiteral("/../manuals/"))
+        .toString();
 }
 
 QString GetDefaultUserDirectory(const QString& key)

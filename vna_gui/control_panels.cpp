@@ -178,9 +178,12 @@ void TriggerControlPanel::UpdateControls()
 StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(window)
 {
     sweepType = new KXComboBox(this);
+    sweepType->setObjectName(QStringLiteral("sweepType"));
     sweepType->AddItem(VNASweepTypeToString(SweepLinear), int(SweepLinear));
     sweepType->AddItem(VNASweepTypeToString(SweepSegment), int(SweepSegment));
-    sweepType->setEnabled(false);  // segment sweeps are edited elsewhere
+    editSegments = new KXPushButton(tr("Edit Segments"), this);
+    editSegments->setToolTip(tr("Edits the segment table of a Segment sweep; choose the sweep "
+                                "type Segment to define one."));
     start = new KXLineEdit(KXLineEdit::FreqValue, this);
     stop = new KXLineEdit(KXLineEdit::FreqValue, this);
     step = new KXLineEdit(KXLineEdit::FreqValue, this);
@@ -214,6 +217,7 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
 
     QFormLayout* f = Form();
     f->addRow(tr("Sweep Type"), sweepType);
+    f->addRow(QString(), editSegments);
     f->addRow(tr("Start"), start);
     f->addRow(tr("Stop"), stop);
     f->addRow(tr("Step Size"), step);
@@ -255,6 +259,20 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
     connect(avgCount, valueEdited, this,
             [this](double v) { w->stimAvgCountChanged(Channel(), int(v)); });
     connect(restartAvg, &QPushButton::clicked, this, [this] { w->stimRestartAvg(Channel()); });
+    // Choosing Segment opens the table; the channel changes only once a table is accepted.
+    connect(sweepType, &KXComboBox::comboIndexChanged, this,
+            [this]
+            {
+                if (sweepType->GetCurrentData().toInt() == SweepSegment)
+                {
+                    w->defineSegmentsPushed();
+                }
+                else
+                {
+                    w->stimSweepTypeChanged(Channel(), SweepLinear);
+                }
+            });
+    connect(editSegments, &QPushButton::clicked, w, &MainWindow::defineSegmentsPushed);
 }
 
 int StimulusControlPanel::Channel() const
@@ -287,6 +305,7 @@ void StimulusControlPanel::UpdateControls()
     manualAtten->setEnabled(s.powerConfig == VNAPowerManualAtten);
     manualPower->setEnabled(s.powerConfig == VNAPowerManualPower);
     const bool linear = s.type == SweepLinear;
+    editSegments->setEnabled(s.type == SweepSegment);
     for (QWidget* e : {static_cast<QWidget*>(start), static_cast<QWidget*>(stop),
                        static_cast<QWidget*>(step), static_cast<QWidget*>(center),
                        static_cast<QWidget*>(span), static_cast<QWidget*>(points)})

@@ -55,6 +55,7 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
     statusBarWidget = new VNAStatusBar(this);
     setStatusBar(statusBarWidget);
     statusBarWidget->ClearStatusBar();
+    InitTools();
     ConnectModelSignals();
     setThemeIcons();
     resize(1400, 860);
@@ -71,6 +72,8 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
 
 MainWindow::~MainWindow()
 {
+    // Gone before the model: hiding it hands the instrument back to the sweeps.
+    delete generatorDialog;
     model.MeasStop();
     // Their sockets belong to the server and go with it.
     delete scpiConnection;

@@ -90,6 +90,7 @@ void Transfer(S& s, Prefs& p, bool load)
     io("SCPIPrefs/LogIsFIFO", p.scpiLogIsFIFO);
     io("UseFactoryCal", useFactoryCal);
     io("ProgramStyle", style);
+    io("CheckForNewVersion", p.checkForNewVersion);
     if (load)
     {
         p.onPresetPowerLevel = VNAPowerConfig(powerLevel);

@@ -60,6 +60,8 @@ public:
     KXStyleSheet programStyle = KXStyleDark;
     // The operator's own cables of the time-domain panel, beside the built-in list.
     QVector<VNACable> userCables;
+    // Ask the maker's server for a newer version at start-up; off unless the operator opts in.
+    bool checkForNewVersion = false;
     bool saveOnClose = true;
 
 private:
