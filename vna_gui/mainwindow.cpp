@@ -24,6 +24,7 @@
 #include "error_log.h"
 #include "kx_widgets.h"
 #include "mainwindow_scpi.h"
+#include "output_generator_controls.h"
 #include "multi_plot_splitter_area.h"
 #include "scpi_log.h"
 #include "status_bar.h"

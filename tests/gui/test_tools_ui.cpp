@@ -395,7 +395,7 @@ void TestToolsUi::aboutBoxChecksForNewVersions()
         QTimer::singleShot(0, about,
                            [about, &result]
                            {
-                               QTest::qWaitFor([about] {
+                               (void)QTest::qWaitFor([about] {
                                    return about->CheckText().startsWith(QLatin1String("Version"));
                                });
                                result = about->CheckText();
