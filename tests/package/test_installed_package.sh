@@ -27,6 +27,14 @@ done
 [ -e "$ROOT/usr/share/applications/kestrix-vna.desktop" ] || fail "package lacks the desktop entry"
 [ -e "$ROOT/usr/share/icons/hicolor/256x256/apps/kestrix-vna.png" ] || fail "package lacks the icon"
 ls "$APP_DIR/manuals/manual/"*.png >/dev/null 2>&1 || fail "package lacks the manual's pictures"
+# Every picture the manual shows is installed beside it, in both forms of the manual.
+HTML="$APP_DIR/manuals/VNA Software Manual.html"
+[ -e "$HTML" ] || fail "package lacks the rendered manual"
+for page in "$APP_DIR/manuals/manual.md" "$HTML"; do
+  for pic in $(grep -o 'manual/[A-Za-z0-9_]*\.png' "$page" | sort -u); do
+    [ -e "$APP_DIR/manuals/$pic" ] || fail "$(basename "$page") shows $pic, which is not installed"
+  done
+done
 
 LOG=$HOME/program.log
 (cd "$APP_DIR/bin" && QT_QPA_PLATFORM=offscreen VNA_SIM_PORT=-1 \
