@@ -56,6 +56,11 @@ FanControlDialog::FanControlDialog(MainWindow* window)
             &FanControlDialog::Changed);
     connect(saveDefaults, &QPushButton::clicked, w, &MainWindow::fanSaveDefaults);
     connect(box, &QDialogButtonBox::rejected, this, &QDialog::hide);
+    // Return confirms a typed value only: no button of the dialog takes it.
+    for (QPushButton* b : findChildren<QPushButton*>())
+    {
+        b->setAutoDefault(false);
+    }
     UpdateControls();
 }
 

@@ -5,6 +5,7 @@
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
@@ -65,6 +66,11 @@ OutputGeneratorControlsDialog::OutputGeneratorControlsDialog(MainWindow* window)
     connect(down, &QPushButton::clicked, this, &OutputGeneratorControlsDialog::stepDown);
     connect(output, &QCheckBox::clicked, this, &OutputGeneratorControlsDialog::outputChanged);
     connect(box, &QDialogButtonBox::rejected, this, &QDialog::hide);
+    // Return confirms a typed value only: no button of the dialog takes it.
+    for (QPushButton* b : findChildren<QPushButton*>())
+    {
+        b->setAutoDefault(false);
+    }
     UpdateControls();
 }
 
@@ -152,8 +158,9 @@ void OutputGeneratorControlsDialog::UpdateControls()
     const VNADevice& device = w->Model().device;
     const bool instrument = device.Connected() && !device.IsDemoMode();
     output->setEnabled(instrument);
-    output->setToolTip(instrument ? QString() : tr("Needs an instrument: the demo device has no "
-                                                   "output generator."));
+    output->setToolTip(instrument ? QString()
+                                  : tr("Needs an instrument: the demo device has no "
+                                       "output generator."));
     SetChecked(output, w->OutputGeneratorActive());
     note->setText(w->OutputGeneratorActive()
                       ? tr("The output is on: sweeps are paused until it is turned off.")
@@ -178,6 +185,6 @@ void OutputGeneratorControlsDialog::Load(ApplicationSettings& s)
     s.Load(QStringLiteral("StepFrequency"), stepFrequency);
     s.Load(QStringLiteral("Atten"), atten);
     s.EndGroup();
-    Clamp();
-    UpdateControls();
+    // A running output takes the recalled settings at once.
+    Apply();
 }

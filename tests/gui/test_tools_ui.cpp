@@ -29,6 +29,9 @@
 #include "vna_lib.h"
 #include "vna_sim.h"
 
+// Exported by the simulator library the test runs against.
+extern "C" const char* vnaGetAPIVersion();
+
 using testfx::ModalAnswerer;
 
 namespace
@@ -241,6 +244,7 @@ void TestToolsUi::outputGeneratorHoldsTheInstrument()
         gen->Load(s);
         QCOMPARE(gen->Atten(), 30);
         QCOMPARE(gen->StepFrequency(), 100e6);
+        QVERIFY(LastCallIs("vnaSetGenerator", {1, 2.4e9, 30}));
     }
 
     // Leaving the dialog gives the instrument back to the sweeps.
@@ -275,8 +279,9 @@ void TestToolsUi::segmentEditorRefusesAndInstalls()
     answerer.onDialog = [&](QDialog* d)
     {
         auto* table = d->findChild<QTableWidget*>(QStringLiteral("segments"));
-        FillTable(table, {{"3 GHz", "4 GHz", "21"}, {"1 GHz", "2 GHz", "11"},
-                          {"1.5 GHz", "2.5 GHz", "5"}});
+        FillTable(
+            table,
+            {{"3 GHz", "4 GHz", "21"}, {"1 GHz", "2 GHz", "11"}, {"1.5 GHz", "2.5 GHz", "5"}});
         QTimer::singleShot(0, d,
                            [d, table, &tableAfterRefusal]
                            {
@@ -392,19 +397,22 @@ void TestToolsUi::aboutBoxChecksForNewVersions()
         about->findChild<QCheckBox*>(QStringLiteral("checkAtStart"))->click();
         preference = Preferences::Get().checkForNewVersion;
         ButtonOf(about, QStringLiteral("Check Now"))->click();
-        QTimer::singleShot(0, about,
-                           [about, &result]
-                           {
-                               (void)QTest::qWaitFor([about] {
-                                   return about->CheckText().startsWith(QLatin1String("Version"));
-                               });
-                               result = about->CheckText();
-                               about->reject();
-                           });
+        QTimer::singleShot(
+            0, about,
+            [about, &result]
+            {
+                (void)QTest::qWaitFor(
+                    [about] { return about->CheckText().startsWith(QLatin1String("Version")); });
+                result = about->CheckText();
+                about->reject();
+            });
     };
     MenuEntry(window, QStringLiteral("About"))->trigger();
     QVERIFY2(text.contains(VersionChecker::ProgramVersion()), qPrintable(text));
-    QVERIFY2(text.contains(QLatin1String("NVX400 API Version: simulator")), qPrintable(text));
+    // The version text the loaded instrument library gives of itself.
+    const QString api = QString::fromLatin1(vnaGetAPIVersion()).toHtmlEscaped();
+    QVERIFY(api.contains(QLatin1String("simulator")));
+    QVERIFY2(text.contains(QLatin1String("NVX400 API Version: ") + api), qPrintable(text));
     QVERIFY2(text.contains(QString::number(window->Model().device.GetSerialNumber())),
              qPrintable(text));
     QVERIFY(preference);
@@ -425,10 +433,10 @@ void TestToolsUi::startupCheckNeverHoldsTheWindow()
     Preferences::Get().checkForNewVersion = true;
     VnaLib none;
     ModalAnswerer answerer(QMessageBox::No);
+    // (The demo question at start-up runs an event loop, so the request may already be out.)
     auto* w = new MainWindow(nullptr, &none);
-    QCOMPARE(server.Paths().size(), 0);
-    QVERIFY(w->Versions()->Busy() || server.Paths().isEmpty());
     QVERIFY(QTest::qWaitFor([&] { return server.Paths().size() == 1; }, 15000));
+    QVERIFY(w->Versions()->Busy());
     QVERIFY(w->statusBar()->currentMessage().isEmpty());
     server.Release();
     QVERIFY(QTest::qWaitFor(
@@ -446,6 +454,9 @@ void TestToolsUi::startupCheckNeverHoldsTheWindow()
     SysErr::ClearErrors();
     auto* offline = new MainWindow(nullptr, &none);
     QSignalSpy finished(offline->Versions(), &VersionChecker::checkFinished);
+    // The start-up check may have ended inside the demo question's event loop: this one is
+    // then the same check again, else it joins the one under way.
+    offline->Versions()->PerformVersionCheck();
     QVERIFY(finished.wait(15000));
     QCOMPARE(finished[0][0].toBool(), false);
     QVERIFY(offline->statusBar()->currentMessage().isEmpty());
