@@ -6,5 +6,5 @@ cd "$(dirname "$0")/.."
 bash scripts/build.sh
 BUILD_DIR=${BUILD_DIR:-build}
 rm -f "$BUILD_DIR"/kestrix-vna_*.deb
-(cd "$BUILD_DIR" && cpack -G DEB >/dev/null)
+(cd "$BUILD_DIR" && cpack -G DEB >cpack.log 2>&1) || { cat "$BUILD_DIR/cpack.log" >&2; exit 1; }
 ls "$BUILD_DIR"/kestrix-vna_*.deb
