@@ -37,6 +37,9 @@ class ErrorLogDialog;
 class MauryUCalControlsDlg;
 class VNAPlot;
 class VNAStatusBar;
+class FanControlDialog;
+class OutputGeneratorControlsDialog;
+class VersionChecker;
 class VnaLib;
 
 class CalMeasureDlg;
@@ -76,7 +79,14 @@ public:
     void ConnectDeviceBySerialInThread(int serial, QEventLoop* loop);
 
     // --- measurement ------------------------------------------------------------------------
-    void MeasStart() { model.MeasStart(); }
+    // The sweeps stay stopped while the output generator holds the instrument.
+    void MeasStart()
+    {
+        if (!generatorOn)
+        {
+            model.MeasStart();
+        }
+    }
     void MeasStop() { model.MeasStop(); }
     void CalcTraces(int channel) { model.CalcTraces(channel); }
     void channelPortsEnabled(int channel, bool& fwd, bool& rev)
@@ -122,6 +132,14 @@ public:
     // The address the server is bound to, as the socket reports it.
     QHostAddress SCPIServerAddress() const;
     ScpiLogDialog* ScpiLog() const { return scpiLogDialog; }
+    // Small tools (mainwindow_tools.cpp).
+    static constexpr double kFanMinSetpoint = 25.0;
+    static constexpr double kFanMaxSetpoint = 60.0;
+    bool OutputGeneratorActive() const { return generatorOn; }
+    // Built on first use.
+    OutputGeneratorControlsDialog* OutputGenerator();
+    FanControlDialog* FanControls();
+    VersionChecker* Versions() const { return versionChecker; }
     // How often the limit-fail sound has been given.
     int LimitFailSounds() const { return limitFailSounds; }
     void SCPIHandleCommand(Scpi* scpi);
@@ -518,6 +536,30 @@ public slots:
     // Runs the preferences dialog; accepted options take effect at once where they can.
     void editPreferences();
 
+    // --- small tools (mainwindow_tools.cpp) ------------------------------------------------------
+    // The segment table editor of the active channel, as the stimulus panel opens it.
+    void defineSegmentsPushed();
+    void stimEditSegments(int channel);
+    // Makes the channel a segment sweep over the table; false, with the reason and the channel
+    // unchanged, when the table cannot be swept.
+    bool stimSegmentsChanged(int channel, QVector<VNASweepSegment> segments, QString& error);
+    void settingsShowFanControls();
+    // Out-of-range values are clamped; the loop applies the result at its reconfiguration.
+    void fanOverrideChanged(bool enabled, int type, double setpoint, double speed);
+    // Stores the present fan settings as the ones the program starts with.
+    void fanSaveDefaults();
+    void showOutputGeneratorControls();
+    // Stops the sweeps and puts a continuous wave on a port (0 or 1); values are clamped.
+    void outputGeneratorSet(int port, double freq, int atten);
+    // Gives the instrument back to the sweeps.
+    void outputGeneratorOff();
+    void openUserManual();
+    void openWebsite();
+    void openSupportForums();
+    // Starts a check for a new version now, whatever the start-up preference says.
+    void checkForNewVersion();
+    void showNewVersionMessage(const QString& version);
+
     // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);
     void showErrorInfo();
@@ -556,6 +598,8 @@ private:
     void BuildEditMenu(QMenu* edit);
     void ApplyTheme(KXStyleSheet style);
     void ApplyPanelOrientation();
+    // The tools' part of start-up: window icon and the version check if the operator wants it.
+    void InitTools();
     void BuildToolbar();
     void BuildPanels();
     void InitMenuBar();
@@ -674,4 +718,8 @@ private:
     QHBoxLayout* centralRow = nullptr;
     QAction* lightThemeAction = nullptr;
     QAction* darkThemeAction = nullptr;
+    FanControlDialog* fanDialog = nullptr;
+    OutputGeneratorControlsDialog* generatorDialog = nullptr;
+    VersionChecker* versionChecker = nullptr;
+    bool generatorOn = false;
 };
