@@ -2,6 +2,85 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de">
 <context>
+    <name>AboutDialog</name>
+    <message>
+        <source>No device connected</source>
+        <translation>Kein Gerät verbunden</translation>
+    </message>
+    <message>
+        <source>Demo Device</source>
+        <translation>Demo-Gerät</translation>
+    </message>
+    <message>
+        <source>%1, serial number %2, firmware %3</source>
+        <translation>%1, Seriennummer %2, Firmware %3</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>Über</translation>
+    </message>
+    <message>
+        <source>Kestrix Vector Network Analysis Software</source>
+        <translation>Kestrix Software zur vektoriellen Netzwerkanalyse</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message>
+        <source>NVX400 API Version</source>
+        <translation>NVX400-API-Version</translation>
+    </message>
+    <message>
+        <source>not loaded</source>
+        <translation>nicht geladen</translation>
+    </message>
+    <message>
+        <source>Instrument</source>
+        <translation>Gerät</translation>
+    </message>
+    <message>
+        <source>Built with Qt %1</source>
+        <translation>Erstellt mit Qt %1</translation>
+    </message>
+    <message>
+        <source>Licensed under the GNU General Public License, version 3 or later.</source>
+        <translation>Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translation>
+    </message>
+    <message>
+        <source>Kestrix Website</source>
+        <translation>Kestrix-Website</translation>
+    </message>
+    <message>
+        <source>Check for new versions at start-up</source>
+        <translation>Beim Start nach neuen Versionen suchen</translation>
+    </message>
+    <message>
+        <source>Asks the Kestrix web server for the latest version number; nothing else is sent.</source>
+        <translation>Fragt den Kestrix-Webserver nach der neuesten Versionsnummer; sonst wird nichts gesendet.</translation>
+    </message>
+    <message>
+        <source>Check Now</source>
+        <translation>Jetzt prüfen</translation>
+    </message>
+    <message>
+        <source>Checking...</source>
+        <translation>Wird geprüft...</translation>
+    </message>
+    <message>
+        <source>The Kestrix web server could not be reached.</source>
+        <translation>Der Kestrix-Webserver war nicht erreichbar.</translation>
+    </message>
+    <message>
+        <source>Version %1 is available.</source>
+        <translation>Version %1 ist verfügbar.</translation>
+    </message>
+    <message>
+        <source>This is the latest version.</source>
+        <translation>Dies ist die neueste Version.</translation>
+    </message>
+</context>
+<context>
     <name>Cables</name>
     <message>
         <source>Air dielectric</source>
@@ -348,10 +427,6 @@ Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
         <translation>Fehlerterme</translation>
     </message>
     <message>
-        <source>Not available in this version of the program.</source>
-        <translation>In dieser Programmversion nicht verfügbar.</translation>
-    </message>
-    <message>
         <source>Shows whether the channel holds a calibration.</source>
         <translation>Zeigt, ob der Kanal eine Kalibrierung enthält.</translation>
     </message>
@@ -443,6 +518,102 @@ Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
     <message>
         <source>Connect the standard to the calibrated channel, then press OK.</source>
         <translation>Schließen Sie den Standard am kalibrierten Kanal an und drücken Sie dann OK.</translation>
+    </message>
+</context>
+<context>
+    <name>ECalMeasureDlg</name>
+    <message>
+        <source>Cal Kit: </source>
+        <translation>Kalibriersatz: </translation>
+    </message>
+    <message>
+        <source>Cal Kit Temp:</source>
+        <translation>Temp. Kalibriersatz:</translation>
+    </message>
+    <message>
+        <source>Cal Kit Status:</source>
+        <translation>Status Kalibriersatz:</translation>
+    </message>
+    <message>
+        <source>Measure</source>
+        <translation>Messen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>%1 °C</source>
+        <translation>%1 °C</translation>
+    </message>
+    <message>
+        <source>In Range</source>
+        <translation>Im Bereich</translation>
+    </message>
+    <message>
+        <source>Out of Range</source>
+        <translation>Außerhalb des Bereichs</translation>
+    </message>
+    <message>
+        <source>Unable to switch the uCal module to the standard.
+Cannot continue calibration.</source>
+        <translation>Das uCal-Modul kann nicht auf den Standard geschaltet werden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Fehler</translation>
+    </message>
+</context>
+<context>
+    <name>ECalSetupDlg</name>
+    <message>
+        <source>Start New Electronic Calibration</source>
+        <translation>Neue elektronische Kalibrierung starten</translation>
+    </message>
+    <message>
+        <source>Factory</source>
+        <translation>Werk</translation>
+    </message>
+    <message>
+        <source>User</source>
+        <translation>Benutzer</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Port A</source>
+        <translation>Port A</translation>
+    </message>
+    <message>
+        <source>Port B</source>
+        <translation>Port B</translation>
+    </message>
+    <message>
+        <source>Cal Type</source>
+        <translation>Kalibrierart</translation>
+    </message>
+    <message>
+        <source>Cal Kit</source>
+        <translation>Kalibriersatz</translation>
+    </message>
+    <message>
+        <source>Characterization</source>
+        <translation>Charakterisierung</translation>
+    </message>
+    <message>
+        <source>VNA Port</source>
+        <translation>VNA-Port</translation>
+    </message>
+    <message>
+        <source>uCal Port</source>
+        <translation>uCal-Port</translation>
     </message>
 </context>
 <context>
@@ -678,6 +849,49 @@ Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
     <message>
         <source>Missing factory calibration.</source>
         <translation>Werkskalibrierung fehlt.</translation>
+    </message>
+</context>
+<context>
+    <name>FanControlDialog</name>
+    <message>
+        <source>Fan Control</source>
+        <translation>Lüftersteuerung</translation>
+    </message>
+    <message>
+        <source>Manual Override</source>
+        <translation>Manuelle Steuerung</translation>
+    </message>
+    <message>
+        <source>Temperature Setpoint</source>
+        <translation>Temperatursollwert</translation>
+    </message>
+    <message>
+        <source>Fan Speed</source>
+        <translation>Lüfterdrehzahl</translation>
+    </message>
+    <message>
+        <source>Save as Default</source>
+        <translation>Als Standard speichern</translation>
+    </message>
+    <message>
+        <source>Start with these fan settings from now on.</source>
+        <translation>Künftig mit diesen Lüftereinstellungen starten.</translation>
+    </message>
+    <message>
+        <source>In Force</source>
+        <translation>Aktiv</translation>
+    </message>
+    <message>
+        <source>No instrument: the settings apply once one is connected.</source>
+        <translation>Kein Gerät: Die Einstellungen gelten, sobald eines verbunden ist.</translation>
+    </message>
+    <message>
+        <source>Holding %1 °C</source>
+        <translation>Hält %1 °C</translation>
+    </message>
+    <message>
+        <source>Fan at %1 %</source>
+        <translation>Lüfter bei %1 %</translation>
     </message>
 </context>
 <context>
@@ -1179,22 +1393,6 @@ Möchten Sie das Demogerät starten?</translation>
         <translation>Das Bild kann nicht gespeichert werden.</translation>
     </message>
     <message>
-        <source>Kestrix Vector Network Analysis Software
-
-NVX400 API Version: %1
-
-Licensed under the GNU General Public License, version 3 or later.</source>
-        <translation>Kestrix Software für vektorielle Netzwerkanalyse
-
-NVX400-API-Version: %1
-
-Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translation>
-    </message>
-    <message>
-        <source>not loaded</source>
-        <translation>nicht geladen</translation>
-    </message>
-    <message>
         <source>No Devices Found</source>
         <translation>Keine Geräte gefunden</translation>
     </message>
@@ -1495,6 +1693,72 @@ Punkte: %9</translation>
     <message>
         <source>User Characterization</source>
         <translation>Benutzercharakterisierung</translation>
+    </message>
+    <message>
+        <source>Unable to connect Maury UCal Module.
+Unable to proceed with calibration.</source>
+        <translation>Verbindung zum Maury UCal-Modul nicht möglich.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Unable to read calibration data from uCal module.
+Unable to proceed.</source>
+        <translation>Kalibrierdaten des uCal-Moduls können nicht gelesen werden.
+Fortsetzen nicht möglich.</translation>
+    </message>
+    <message>
+        <source>Cannot find Maury UCal Module.
+Unable to proceed with calibration.</source>
+        <translation>Maury UCal-Modul nicht gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Notification</source>
+        <translation>Hinweis</translation>
+    </message>
+    <message>
+        <source>Reading calibration data, please wait...</source>
+        <translation>Kalibrierdaten werden gelesen, bitte warten...</translation>
+    </message>
+    <message>
+        <source>Fan Control</source>
+        <translation>Lüftersteuerung</translation>
+    </message>
+    <message>
+        <source>Output Generator Controls</source>
+        <translation>Signalgenerator-Steuerung</translation>
+    </message>
+    <message>
+        <source>User Manual</source>
+        <translation>Benutzerhandbuch</translation>
+    </message>
+    <message>
+        <source>Kestrix Website</source>
+        <translation>Kestrix-Website</translation>
+    </message>
+    <message>
+        <source>Support Forums</source>
+        <translation>Support-Foren</translation>
+    </message>
+    <message>
+        <source>There is no channel %1.</source>
+        <translation>Es gibt keinen Kanal %1.</translation>
+    </message>
+    <message>
+        <source>Output generator: port %1, %2, %3 dB</source>
+        <translation>Signalgenerator: Port %1, %2, %3 dB</translation>
+    </message>
+    <message>
+        <source>The user manual was not found in %1.</source>
+        <translation>Das Benutzerhandbuch wurde in %1 nicht gefunden.</translation>
+    </message>
+    <message>
+        <source>No program could be started to show %1.</source>
+        <translation>Es konnte kein Programm gestartet werden, um %1 anzuzeigen.</translation>
+    </message>
+    <message>
+        <source>Version %1 is available</source>
+        <translation>Version %1 ist verfügbar</translation>
     </message>
 </context>
 <context>
@@ -1877,6 +2141,57 @@ Punkte: %9</translation>
     </message>
 </context>
 <context>
+    <name>OutputGeneratorControlsDialog</name>
+    <message>
+        <source>Output Generator Controls</source>
+        <translation>Signalgenerator-Steuerung</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Step Down</source>
+        <translation>Schritt abwärts</translation>
+    </message>
+    <message>
+        <source>Step Up</source>
+        <translation>Schritt aufwärts</translation>
+    </message>
+    <message>
+        <source>Output On</source>
+        <translation>Ausgang ein</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>Port</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Step Frequency</source>
+        <translation>Schrittweite</translation>
+    </message>
+    <message>
+        <source>Atten</source>
+        <translation>Dämpfung</translation>
+    </message>
+    <message>
+        <source>Needs an instrument: the demo device has no output generator.</source>
+        <translation>Benötigt ein Gerät: Das Demo-Gerät hat keinen Signalgenerator.</translation>
+    </message>
+    <message>
+        <source>The output is on: sweeps are paused until it is turned off.</source>
+        <translation>Der Ausgang ist eingeschaltet: Sweeps ruhen, bis er ausgeschaltet wird.</translation>
+    </message>
+</context>
+<context>
     <name>PanelBase</name>
     <message>
         <source>No trace is selected: add a trace to use these controls.</source>
@@ -2222,6 +2537,37 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>SOLECalDlg</name>
+    <message>
+        <source>SOL Electronic Calibration - Measure Standards</source>
+        <translation>SOL-Elektronikkalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Unable to find standard.
+Cannot continue cal.</source>
+        <translation>Standard nicht gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>More than 1 standard that matches the class and target port.
+Cannot continue calibration</source>
+        <translation>Mehr als ein Standard passt zu Klasse und Zielport.
+Kalibrierung kann nicht fortgesetzt werden</translation>
+    </message>
+</context>
+<context>
     <name>SOLTCalDlg</name>
     <message>
         <source>SOLR Calibration - Measure Standards</source>
@@ -2266,6 +2612,47 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Optional</source>
         <translation>Optional</translation>
+    </message>
+</context>
+<context>
+    <name>SOLTECalDlg</name>
+    <message>
+        <source>SOLT Electronic Calibration - Measure Standards</source>
+        <translation>SOLT-Elektronikkalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Unable to find port A standard for this class.
+Cannot continue calibration.</source>
+        <translation>Kein Standard an Port A für diese Klasse gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Unable to find port B standard for this class.
+Cannot continue calibration.</source>
+        <translation>Kein Standard an Port B für diese Klasse gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>No thru standard found in cal kit.
+Cannot continue calibration.</source>
+        <translation>Keine Durchverbindung im Kalibriersatz gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
     </message>
 </context>
 <context>
@@ -2600,10 +2987,6 @@ Close this dialog to return to local operation.</source>
 <context>
     <name>StimulusControlPanel</name>
     <message>
-        <source>The sweep type is set by the segment table editor.</source>
-        <translation>Die Sweep-Art wird im Segmenttabellen-Editor festgelegt.</translation>
-    </message>
-    <message>
         <source>Restart Avg</source>
         <translation>Mittelung neu starten</translation>
     </message>
@@ -2675,6 +3058,18 @@ Close this dialog to return to local operation.</source>
         <source>A segment sweep takes its frequencies and points from its segment table.</source>
         <translation>Ein Segment-Sweep nimmt Frequenzen und Punkte aus seiner Segmenttabelle.</translation>
     </message>
+    <message>
+        <source>Edit Segments</source>
+        <translation>Segmente bearbeiten</translation>
+    </message>
+    <message>
+        <source>Edits the segment table of a Segment sweep; choose the sweep type Segment to define one.</source>
+        <translation>Bearbeitet die Segmenttabelle eines Segment-Sweeps; wählen Sie den Sweep-Typ Segment, um eine anzulegen.</translation>
+    </message>
+    <message>
+        <source>Choose the sweep type Segment to define a segment table.</source>
+        <translation>Wählen Sie den Sweep-Typ Segment, um eine Segmenttabelle anzulegen.</translation>
+    </message>
 </context>
 <context>
     <name>Styles</name>
@@ -2685,6 +3080,116 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Loading style..</source>
         <translation>Stil wird geladen..</translation>
+    </message>
+</context>
+<context>
+    <name>SweepSegmentDialog</name>
+    <message>
+        <source>Sweep Segments</source>
+        <translation>Sweep-Segmente</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>Start</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Points</source>
+        <translation>Punkte</translation>
+    </message>
+    <message>
+        <source>Add Segment</source>
+        <translation>Segment hinzufügen</translation>
+    </message>
+    <message>
+        <source>Delete Segment</source>
+        <translation>Segment löschen</translation>
+    </message>
+    <message>
+        <source>Clear Table</source>
+        <translation>Tabelle leeren</translation>
+    </message>
+    <message>
+        <source>Load Table</source>
+        <translation>Tabelle laden</translation>
+    </message>
+    <message>
+        <source>Save Table</source>
+        <translation>Tabelle speichern</translation>
+    </message>
+    <message>
+        <source>Row %1: the start and stop must be frequencies, such as &quot;2.4 GHz&quot;.</source>
+        <translation>Zeile %1: Start und Stopp müssen Frequenzen sein, etwa „2.4 GHz“.</translation>
+    </message>
+    <message>
+        <source>Row %1: the number of points must be a whole number.</source>
+        <translation>Zeile %1: Die Punktanzahl muss eine ganze Zahl sein.</translation>
+    </message>
+    <message>
+        <source>Sweep Segment Table (*.csv)</source>
+        <translation>Sweep-Segmenttabelle (*.csv)</translation>
+    </message>
+    <message>
+        <source>Load Segments</source>
+        <translation>Segmente laden</translation>
+    </message>
+    <message>
+        <source>Save Segments</source>
+        <translation>Segmente speichern</translation>
+    </message>
+</context>
+<context>
+    <name>SweepSegments</name>
+    <message>
+        <source>it is empty: a segment needs at least one point.</source>
+        <translation>es ist leer: Ein Segment braucht mindestens einen Punkt.</translation>
+    </message>
+    <message>
+        <source>it leaves the instrument&apos;s range of 40 MHz to 40 GHz.</source>
+        <translation>es verlässt den Gerätebereich von 40 MHz bis 40 GHz.</translation>
+    </message>
+    <message>
+        <source>its stop frequency lies below its start.</source>
+        <translation>seine Stoppfrequenz liegt unter der Startfrequenz.</translation>
+    </message>
+    <message>
+        <source>it repeats one frequency: with more than one point its stop must lie above its start.</source>
+        <translation>es wiederholt eine Frequenz: Bei mehr als einem Punkt muss der Stopp über dem Start liegen.</translation>
+    </message>
+    <message>
+        <source>The table has no segments: a segment sweep needs at least one.</source>
+        <translation>Die Tabelle enthält keine Segmente: Ein Segment-Sweep braucht mindestens eines.</translation>
+    </message>
+    <message>
+        <source>Segment %1: %2</source>
+        <translation>Segment %1: %2</translation>
+    </message>
+    <message>
+        <source>Segments %1 and %2 overlap: each segment must start above the stop frequency of the one before it.</source>
+        <translation>Die Segmente %1 und %2 überlappen: Jedes Segment muss oberhalb der Stoppfrequenz des vorigen beginnen.</translation>
+    </message>
+    <message>
+        <source>The segments hold %1 points in all; one sweep takes at most %2.</source>
+        <translation>Die Segmente enthalten insgesamt %1 Punkte; ein Sweep fasst höchstens %2.</translation>
+    </message>
+    <message>
+        <source>Unable to write file.</source>
+        <translation>Datei kann nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>Unable to read file.</source>
+        <translation>Datei kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>Invalid file type: not a sweep segment table.</source>
+        <translation>Ungültiger Dateityp: keine Sweep-Segmenttabelle.</translation>
+    </message>
+    <message>
+        <source>Line %1 does not hold a start, a stop and a number of points.</source>
+        <translation>Zeile %1 enthält nicht Start, Stopp und Punktanzahl.</translation>
     </message>
 </context>
 <context>
