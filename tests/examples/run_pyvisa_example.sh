@@ -22,7 +22,9 @@ done
 [ -n "$PORT" ] && [ -n "$SIMPORT" ] || { cat "$LOG"; echo "ports not reported"; exit 1; }
 /usr/bin/python3 - "$SIMPORT" "$SRC/resources/demo_bandpass.s2p" <<'PY'
 import socket, sys
-s = socket.create_connection(("127.0.0.1", int(sys.argv[1])), timeout=5)
+# Generous: the simulator builds its shipped factory calibration, under the lock its scene
+# commands wait on, when the program first reads the flash; slow in a sanitizer build.
+s = socket.create_connection(("127.0.0.1", int(sys.argv[1])), timeout=120)
 s.sendall(("load dut " + sys.argv[2] + "\n").encode())
 reply = s.makefile().readline()
 if not reply.startswith("ok"):
