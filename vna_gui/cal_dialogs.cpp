@@ -46,9 +46,19 @@ void RunWhileServingEvents(const std::function<void()>& work, const std::functio
         {
             work();
             finished.store(true);
-            QMetaObject::invokeMethod(
-                &loop, [&loop] { loop.quit(); }, Qt::QueuedConnection);
         });
+    // The loop polls the worker's flag: nothing is posted across threads, so the only hand-over
+    // is the atomic flag (and the join), which the thread checker sees.
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop,
+                     [&]
+                     {
+                         if (finished.load())
+                         {
+                             loop.quit();
+                         }
+                     });
+    poll.start(5);
     QTimer timer;
     if (tick)
     {
@@ -59,7 +69,6 @@ void RunWhileServingEvents(const std::function<void()>& work, const std::functio
     {
         loop.exec();
     }
-    // Joined before the loop goes: a quit still posted to it is dropped with it.
     thread.join();
 }
 
