@@ -34,8 +34,9 @@ if not reply.startswith("ok"):
 # measures the example.
 p = socket.create_connection(("127.0.0.1", int(sys.argv[3])), timeout=300)
 p.sendall(b"*IDN?\n")
-if not p.makefile().readline().startswith("Kestrix,"):
-    sys.exit("the program did not identify itself")
+ident = p.makefile().readline()
+if not ident.startswith("Kestrix,"):
+    sys.exit("the program did not identify itself: %r" % ident)
 PY
 OUT=$(/usr/bin/python3 "$SRC/examples/pyvisa_client.py" "$PORT")
 echo "$OUT"
