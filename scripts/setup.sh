@@ -9,6 +9,7 @@ PACKAGES=(
   libqt5svg5-dev
   libfftw3-dev libbenchmark-dev
   xvfb xauth fonts-liberation
+  cmark-gfm dpkg-dev file
   python3-pyvisa python3-pyvisa-py
 )
 

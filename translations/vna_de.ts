@@ -2,6 +2,85 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de">
 <context>
+    <name>AboutDialog</name>
+    <message>
+        <source>No device connected</source>
+        <translation>Kein Gerät verbunden</translation>
+    </message>
+    <message>
+        <source>Demo Device</source>
+        <translation>Demo-Gerät</translation>
+    </message>
+    <message>
+        <source>%1, serial number %2, firmware %3</source>
+        <translation>%1, Seriennummer %2, Firmware %3</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>Über</translation>
+    </message>
+    <message>
+        <source>Kestrix Vector Network Analysis Software</source>
+        <translation>Kestrix Software zur vektoriellen Netzwerkanalyse</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message>
+        <source>NVX400 API Version</source>
+        <translation>NVX400-API-Version</translation>
+    </message>
+    <message>
+        <source>not loaded</source>
+        <translation>nicht geladen</translation>
+    </message>
+    <message>
+        <source>Instrument</source>
+        <translation>Gerät</translation>
+    </message>
+    <message>
+        <source>Built with Qt %1</source>
+        <translation>Erstellt mit Qt %1</translation>
+    </message>
+    <message>
+        <source>Licensed under the GNU General Public License, version 3 or later.</source>
+        <translation>Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translation>
+    </message>
+    <message>
+        <source>Kestrix Website</source>
+        <translation>Kestrix-Website</translation>
+    </message>
+    <message>
+        <source>Check for new versions at start-up</source>
+        <translation>Beim Start nach neuen Versionen suchen</translation>
+    </message>
+    <message>
+        <source>Asks the Kestrix web server for the latest version number; nothing else is sent.</source>
+        <translation>Fragt den Kestrix-Webserver nach der neuesten Versionsnummer; sonst wird nichts gesendet.</translation>
+    </message>
+    <message>
+        <source>Check Now</source>
+        <translation>Jetzt prüfen</translation>
+    </message>
+    <message>
+        <source>Checking...</source>
+        <translation>Wird geprüft...</translation>
+    </message>
+    <message>
+        <source>The Kestrix web server could not be reached.</source>
+        <translation>Der Kestrix-Webserver war nicht erreichbar.</translation>
+    </message>
+    <message>
+        <source>Version %1 is available.</source>
+        <translation>Version %1 ist verfügbar.</translation>
+    </message>
+    <message>
+        <source>This is the latest version.</source>
+        <translation>Dies ist die neueste Version.</translation>
+    </message>
+</context>
+<context>
     <name>Cables</name>
     <message>
         <source>Air dielectric</source>
@@ -30,6 +109,275 @@
     <message>
         <source>Solid PE</source>
         <translation>Massives PE</translation>
+    </message>
+</context>
+<context>
+    <name>CalKitEditDlg</name>
+    <message>
+        <source>Offset Delay</source>
+        <translation>Offset-Verzögerung</translation>
+    </message>
+    <message>
+        <source>Offset Loss</source>
+        <translation>Offset-Verlust</translation>
+    </message>
+    <message>
+        <source>Offset Z0</source>
+        <translation>Offset-Z0</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Calibration Kit Editor</source>
+        <translation>Kalibriersatz-Editor</translation>
+    </message>
+    <message>
+        <source>Kit Name</source>
+        <translation>Name des Satzes</translation>
+    </message>
+    <message>
+        <source>Description</source>
+        <translation>Beschreibung</translation>
+    </message>
+    <message>
+        <source>Connector</source>
+        <translation>Steckverbinder</translation>
+    </message>
+    <message>
+        <source>Add Standard</source>
+        <translation>Standard hinzufügen</translation>
+    </message>
+    <message>
+        <source>Copy Standard</source>
+        <translation>Standard kopieren</translation>
+    </message>
+    <message>
+        <source>Remove Standard</source>
+        <translation>Standard entfernen</translation>
+    </message>
+    <message>
+        <source>Load Data</source>
+        <translation>Daten laden</translation>
+    </message>
+    <message>
+        <source>ID</source>
+        <translation>ID</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Typ</translation>
+    </message>
+    <message>
+        <source>Gender</source>
+        <translation>Geschlecht</translation>
+    </message>
+    <message>
+        <source>Min Freq</source>
+        <translation>Min. Freq.</translation>
+    </message>
+    <message>
+        <source>Max Freq</source>
+        <translation>Max. Freq.</translation>
+    </message>
+    <message>
+        <source>Data File</source>
+        <translation>Datendatei</translation>
+    </message>
+    <message>
+        <source>Add to Class</source>
+        <translation>Zur Klasse hinzufügen</translation>
+    </message>
+    <message>
+        <source>Remove from Class</source>
+        <translation>Aus Klasse entfernen</translation>
+    </message>
+    <message>
+        <source>Up</source>
+        <translation>Nach oben</translation>
+    </message>
+    <message>
+        <source>Down</source>
+        <translation>Nach unten</translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation>Klasse</translation>
+    </message>
+    <message>
+        <source>%1 - (missing)</source>
+        <translation>%1 - (fehlt)</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>Invalid ID</source>
+        <translation>Ungültige ID</translation>
+    </message>
+    <message>
+        <source>New standard</source>
+        <translation>Neuer Standard</translation>
+    </message>
+    <message>
+        <source>Only a data based standard takes data from a file.</source>
+        <translation>Nur ein datenbasierter Standard übernimmt Daten aus einer Datei.</translation>
+    </message>
+    <message>
+        <source>SnP File (*.s1p *.s2p)</source>
+        <translation>SnP-Datei (*.s1p *.s2p)</translation>
+    </message>
+    <message>
+        <source>Standard Data</source>
+        <translation>Standarddaten</translation>
+    </message>
+    <message>
+        <source>Error Parsing SnP File</source>
+        <translation>Fehler beim Lesen der SnP-Datei</translation>
+    </message>
+    <message>
+        <source>Calibration Kit</source>
+        <translation>Kalibriersatz</translation>
+    </message>
+</context>
+<context>
+    <name>CalKitManagerDlg</name>
+    <message>
+        <source>Manage Calibration Kits</source>
+        <translation>Kalibriersätze verwalten</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation>Neu</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Kopieren</translation>
+    </message>
+    <message>
+        <source>Edit</source>
+        <translation>Bearbeiten</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation>Importieren</translation>
+    </message>
+    <message>
+        <source>Export</source>
+        <translation>Exportieren</translation>
+    </message>
+    <message>
+        <source>Characterize Standard</source>
+        <translation>Standard charakterisieren</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>%1 (system, read-only)</source>
+        <translation>%1 (System, schreibgeschützt)</translation>
+    </message>
+</context>
+<context>
+    <name>CalMeasureDlg</name>
+    <message>
+        <source>Error</source>
+        <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>Did not measure the minimum number of slides (5).
+Sliding load measurement failed.</source>
+        <translation>Die Mindestanzahl von Schieberpositionen (5) wurde nicht gemessen.
+Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>Optional</source>
+        <translation>Optional</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>Not Complete</source>
+        <translation>Unvollständig</translation>
+    </message>
+    <message>
+        <source>Calibration incomplete, finish calibration.</source>
+        <translation>Kalibrierung unvollständig, bitte die Kalibrierung abschließen.</translation>
+    </message>
+    <message>
+        <source>Question</source>
+        <translation>Frage</translation>
+    </message>
+    <message>
+        <source>Calibration incomplete, are you sure you wish to cancel?</source>
+        <translation>Kalibrierung unvollständig, wirklich abbrechen?</translation>
+    </message>
+</context>
+<context>
+    <name>CalSetupDlg</name>
+    <message>
+        <source>Start New Mechanical Calibration</source>
+        <translation>Neue mechanische Kalibrierung starten</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Cal Type</source>
+        <translation>Kalibrierart</translation>
+    </message>
+    <message>
+        <source>Cal Kit</source>
+        <translation>Kalibriersatz</translation>
+    </message>
+    <message>
+        <source>Port Select</source>
+        <translation>Portauswahl</translation>
+    </message>
+</context>
+<context>
+    <name>CalWorkflow</name>
+    <message>
+        <source>Unable to write the calibration file %1.</source>
+        <translation>Die Kalibrierdatei %1 kann nicht geschrieben werden.</translation>
     </message>
 </context>
 <context>
@@ -78,6 +426,18 @@
         <source>Error Terms</source>
         <translation>Fehlerterme</translation>
     </message>
+    <message>
+        <source>Shows whether the channel holds a calibration.</source>
+        <translation>Zeigt, ob der Kanal eine Kalibrierung enthält.</translation>
+    </message>
+    <message>
+        <source>Set Display to Standards to choose a standard.</source>
+        <translation>Anzeige auf „Standards“ stellen, um einen Standard zu wählen.</translation>
+    </message>
+    <message>
+        <source>Set Display to Error Terms to choose an error term.</source>
+        <translation>Anzeige auf „Fehlerterme“ stellen, um einen Fehlerterm zu wählen.</translation>
+    </message>
 </context>
 <context>
     <name>ChannelControlPanel</name>
@@ -111,6 +471,149 @@
     <message>
         <source>Close Plot</source>
         <translation>Diagramm schließen</translation>
+    </message>
+</context>
+<context>
+    <name>CharacterizeStandardDlg</name>
+    <message>
+        <source>Characterize Standard</source>
+        <translation>Standard charakterisieren</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Between Port 1 and Port 2</source>
+        <translation>Zwischen Port 1 und Port 2</translation>
+    </message>
+    <message>
+        <source>Characterized standard</source>
+        <translation>Charakterisierter Standard</translation>
+    </message>
+    <message>
+        <source>Cal Kit</source>
+        <translation>Kalibriersatz</translation>
+    </message>
+    <message>
+        <source>Measured On</source>
+        <translation>Gemessen an</translation>
+    </message>
+    <message>
+        <source>Class</source>
+        <translation>Klasse</translation>
+    </message>
+    <message>
+        <source>Gender</source>
+        <translation>Geschlecht</translation>
+    </message>
+    <message>
+        <source>Description</source>
+        <translation>Beschreibung</translation>
+    </message>
+    <message>
+        <source>Connect the standard to the calibrated channel, then press OK.</source>
+        <translation>Schließen Sie den Standard am kalibrierten Kanal an und drücken Sie dann OK.</translation>
+    </message>
+</context>
+<context>
+    <name>ECalMeasureDlg</name>
+    <message>
+        <source>Cal Kit: </source>
+        <translation>Kalibriersatz: </translation>
+    </message>
+    <message>
+        <source>Cal Kit Temp:</source>
+        <translation>Temp. Kalibriersatz:</translation>
+    </message>
+    <message>
+        <source>Cal Kit Status:</source>
+        <translation>Status Kalibriersatz:</translation>
+    </message>
+    <message>
+        <source>Measure</source>
+        <translation>Messen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>%1 °C</source>
+        <translation>%1 °C</translation>
+    </message>
+    <message>
+        <source>In Range</source>
+        <translation>Im Bereich</translation>
+    </message>
+    <message>
+        <source>Out of Range</source>
+        <translation>Außerhalb des Bereichs</translation>
+    </message>
+    <message>
+        <source>Unable to switch the uCal module to the standard.
+Cannot continue calibration.</source>
+        <translation>Das uCal-Modul kann nicht auf den Standard geschaltet werden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Fehler</translation>
+    </message>
+</context>
+<context>
+    <name>ECalSetupDlg</name>
+    <message>
+        <source>Start New Electronic Calibration</source>
+        <translation>Neue elektronische Kalibrierung starten</translation>
+    </message>
+    <message>
+        <source>Factory</source>
+        <translation>Werk</translation>
+    </message>
+    <message>
+        <source>User</source>
+        <translation>Benutzer</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Port A</source>
+        <translation>Port A</translation>
+    </message>
+    <message>
+        <source>Port B</source>
+        <translation>Port B</translation>
+    </message>
+    <message>
+        <source>Cal Type</source>
+        <translation>Kalibrierart</translation>
+    </message>
+    <message>
+        <source>Cal Kit</source>
+        <translation>Kalibriersatz</translation>
+    </message>
+    <message>
+        <source>Characterization</source>
+        <translation>Charakterisierung</translation>
+    </message>
+    <message>
+        <source>VNA Port</source>
+        <translation>VNA-Port</translation>
+    </message>
+    <message>
+        <source>uCal Port</source>
+        <translation>uCal-Port</translation>
     </message>
 </context>
 <context>
@@ -262,6 +765,136 @@
     </message>
 </context>
 <context>
+    <name>FactoryCal</name>
+    <message>
+        <source>The calibration belongs to instrument %1.</source>
+        <translation>Die Kalibrierung gehört zum Gerät %1.</translation>
+    </message>
+    <message>
+        <source>The instrument did not give its calibration data.</source>
+        <translation>Das Gerät hat seine Kalibrierdaten nicht geliefert.</translation>
+    </message>
+    <message>
+        <source>The data end inside the header.</source>
+        <translation>Die Daten enden innerhalb des Kopfteils.</translation>
+    </message>
+    <message>
+        <source>The data are not a factory calibration.</source>
+        <translation>Die Daten sind keine Werkskalibrierung.</translation>
+    </message>
+    <message>
+        <source>Block format version %1 is not known.</source>
+        <translation>Die Blockformat-Version %1 ist unbekannt.</translation>
+    </message>
+    <message>
+        <source>The header is damaged.</source>
+        <translation>Der Kopfteil ist beschädigt.</translation>
+    </message>
+    <message>
+        <source>The data end inside the calibration.</source>
+        <translation>Die Daten enden innerhalb der Kalibrierung.</translation>
+    </message>
+    <message>
+        <source>The checksum does not match.</source>
+        <translation>Die Prüfsumme stimmt nicht überein.</translation>
+    </message>
+    <message>
+        <source>The calibration does not decompress.</source>
+        <translation>Die Kalibrierung lässt sich nicht entpacken.</translation>
+    </message>
+    <message>
+        <source>The calibration is too large for the instrument.</source>
+        <translation>Die Kalibrierung ist zu groß für das Gerät.</translation>
+    </message>
+    <message>
+        <source>The calibration could not be written out.</source>
+        <translation>Die Kalibrierung konnte nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>The calibration could not be read in.</source>
+        <translation>Die Kalibrierung konnte nicht eingelesen werden.</translation>
+    </message>
+    <message>
+        <source>The calibration holds no measured standards.</source>
+        <translation>Die Kalibrierung enthält keine gemessenen Standards.</translation>
+    </message>
+    <message>
+        <source>A factory calibration must be a two-port calibration.</source>
+        <translation>Eine Werkskalibrierung muss eine Zweitor-Kalibrierung sein.</translation>
+    </message>
+    <message>
+        <source>The measured standards do not fit the calibration&apos;s sweep.</source>
+        <translation>Die gemessenen Standards passen nicht zum Sweep der Kalibrierung.</translation>
+    </message>
+    <message>
+        <source>There is no file %1.</source>
+        <translation>Die Datei %1 existiert nicht.</translation>
+    </message>
+    <message>
+        <source>Unable to write %1.</source>
+        <translation>%1 kann nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>Neither the instrument nor %1 holds a factory calibration.</source>
+        <translation>Weder das Gerät noch %1 enthält eine Werkskalibrierung.</translation>
+    </message>
+    <message>
+        <source>The instrument did not take the calibration.</source>
+        <translation>Das Gerät hat die Kalibrierung nicht übernommen.</translation>
+    </message>
+    <message>
+        <source>Invalid factory calibration data.</source>
+        <translation>Ungültige Daten der Werkskalibrierung.</translation>
+    </message>
+    <message>
+        <source>Missing factory calibration.</source>
+        <translation>Werkskalibrierung fehlt.</translation>
+    </message>
+</context>
+<context>
+    <name>FanControlDialog</name>
+    <message>
+        <source>Fan Control</source>
+        <translation>Lüftersteuerung</translation>
+    </message>
+    <message>
+        <source>Manual Override</source>
+        <translation>Manuelle Steuerung</translation>
+    </message>
+    <message>
+        <source>Temperature Setpoint</source>
+        <translation>Temperatursollwert</translation>
+    </message>
+    <message>
+        <source>Fan Speed</source>
+        <translation>Lüfterdrehzahl</translation>
+    </message>
+    <message>
+        <source>Save as Default</source>
+        <translation>Als Standard speichern</translation>
+    </message>
+    <message>
+        <source>Start with these fan settings from now on.</source>
+        <translation>Künftig mit diesen Lüftereinstellungen starten.</translation>
+    </message>
+    <message>
+        <source>In Force</source>
+        <translation>Aktiv</translation>
+    </message>
+    <message>
+        <source>No instrument: the settings apply once one is connected.</source>
+        <translation>Kein Gerät: Die Einstellungen gelten, sobald eines verbunden ist.</translation>
+    </message>
+    <message>
+        <source>Holding %1 °C</source>
+        <translation>Hält %1 °C</translation>
+    </message>
+    <message>
+        <source>Fan at %1 %</source>
+        <translation>Lüfter bei %1 %</translation>
+    </message>
+</context>
+<context>
     <name>FixtureControlPanel</name>
     <message>
         <source>Port Extension</source>
@@ -276,24 +909,20 @@
         <translation>De-Embedding</translation>
     </message>
     <message>
-        <source>Load Port 1 S2P</source>
-        <translation>S2P für Port 1 laden</translation>
-    </message>
-    <message>
-        <source>Clear Port 1</source>
-        <translation>Port 1 leeren</translation>
-    </message>
-    <message>
-        <source>Load Port 2 S2P</source>
-        <translation>S2P für Port 2 laden</translation>
-    </message>
-    <message>
-        <source>Clear Port 2</source>
-        <translation>Port 2 leeren</translation>
-    </message>
-    <message>
         <source>Embedding</source>
         <translation>Embedding</translation>
+    </message>
+    <message>
+        <source>Load Port %1 S2P</source>
+        <translation>S2P für Port %1 laden</translation>
+    </message>
+    <message>
+        <source>Clear Port %1</source>
+        <translation>Port %1 leeren</translation>
+    </message>
+    <message>
+        <source>No File Loaded</source>
+        <translation>Keine Datei geladen</translation>
     </message>
 </context>
 <context>
@@ -764,22 +1393,6 @@ Möchten Sie das Demogerät starten?</translation>
         <translation>Das Bild kann nicht gespeichert werden.</translation>
     </message>
     <message>
-        <source>Kestrix Vector Network Analysis Software
-
-NVX400 API Version: %1
-
-Licensed under the GNU General Public License, version 3 or later.</source>
-        <translation>Kestrix Software für vektorielle Netzwerkanalyse
-
-NVX400-API-Version: %1
-
-Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translation>
-    </message>
-    <message>
-        <source>not loaded</source>
-        <translation>nicht geladen</translation>
-    </message>
-    <message>
         <source>No Devices Found</source>
         <translation>Keine Geräte gefunden</translation>
     </message>
@@ -826,6 +1439,326 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
     <message>
         <source>Connect a device by USB and open this menu again.</source>
         <translation>Schließen Sie ein Gerät per USB an und öffnen Sie dieses Menü erneut.</translation>
+    </message>
+    <message>
+        <source>VNA Cal File (*.vnacal)</source>
+        <translation>VNA-Kalibrierdatei (*.vnacal)</translation>
+    </message>
+    <message>
+        <source>System Verification</source>
+        <translation>Systemverifikation</translation>
+    </message>
+    <message>
+        <source>The active channel holds no calibration.</source>
+        <translation>Der aktive Kanal enthält keine Kalibrierung.</translation>
+    </message>
+    <message>
+        <source>A calibration is already in progress.</source>
+        <translation>Es läuft bereits eine Kalibrierung.</translation>
+    </message>
+    <message>
+        <source>No device connected.</source>
+        <translation>Kein Gerät verbunden.</translation>
+    </message>
+    <message>
+        <source>Calibration Kit Incomplete</source>
+        <translation>Kalibriersatz unvollständig</translation>
+    </message>
+    <message>
+        <source>Unable to load the calibration kit %1.</source>
+        <translation>Der Kalibriersatz %1 kann nicht geladen werden.</translation>
+    </message>
+    <message>
+        <source>The calibration kit selected cannot perform this calibration.
+Please ensure all measurement classes are assigned for the specified calibration type.</source>
+        <translation>Mit dem gewählten Kalibriersatz ist diese Kalibrierung nicht möglich.
+Bitte stellen Sie sicher, dass für die gewählte Kalibrierart alle Messklassen belegt sind.</translation>
+    </message>
+    <message>
+        <source>Specify Calibration File</source>
+        <translation>Kalibrierdatei angeben</translation>
+    </message>
+    <message>
+        <source>File name invalid, are you sure you wish to cancel?</source>
+        <translation>Ungültiger Dateiname, wirklich abbrechen?</translation>
+    </message>
+    <message>
+        <source>Overwrite Calibration?</source>
+        <translation>Kalibrierung überschreiben?</translation>
+    </message>
+    <message>
+        <source>Calibration already loaded. Are you sure you want to override the existing cal?</source>
+        <translation>Es ist bereits eine Kalibrierung geladen. Soll die vorhandene Kalibrierung wirklich ersetzt werden?</translation>
+    </message>
+    <message>
+        <source>Error Loading Calibration File</source>
+        <translation>Fehler beim Laden der Kalibrierdatei</translation>
+    </message>
+    <message>
+        <source>Aborting operation.</source>
+        <translation>Vorgang wird abgebrochen.</translation>
+    </message>
+    <message>
+        <source>Unable to find the calibration file %1.</source>
+        <translation>Die Kalibrierdatei %1 wurde nicht gefunden.</translation>
+    </message>
+    <message>
+        <source>The calibration was made on the instrument with serial number %1, not on the one connected.</source>
+        <translation>Die Kalibrierung wurde am Gerät mit der Seriennummer %1 aufgenommen, nicht am verbundenen Gerät.</translation>
+    </message>
+    <message>
+        <source>Stimulus Settings</source>
+        <translation>Stimulus-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Do you want to load the stimulus settings from the cal?</source>
+        <translation>Sollen die Stimulus-Einstellungen aus der Kalibrierung geladen werden?</translation>
+    </message>
+    <message>
+        <source>No calibration loaded.</source>
+        <translation>Keine Kalibrierung geladen.</translation>
+    </message>
+    <message>
+        <source>Name: %1
+Type: %2
+Cal Kit: %3
+Date: %4
+Temperature: %5 C
+Serial Number: %6
+Start: %7
+Stop: %8
+Points: %9</source>
+        <translation>Name: %1
+Art: %2
+Kalibriersatz: %3
+Datum: %4
+Temperatur: %5 °C
+Seriennummer: %6
+Start: %7
+Stopp: %8
+Punkte: %9</translation>
+    </message>
+    <message>
+        <source>Remote calibration not active. Cannot perform action</source>
+        <translation>Remote calibration not active. Cannot perform action</translation>
+    </message>
+    <message>
+        <source>Calibration step in progress. Cannot perform action</source>
+        <translation>Calibration step in progress. Cannot perform action</translation>
+    </message>
+    <message>
+        <source>Attempting to measure THRU on SOL calibration.</source>
+        <translation>Attempting to measure THRU on SOL calibration.</translation>
+    </message>
+    <message>
+        <source>Attempting to measure ISO on SOL calibration.</source>
+        <translation>Attempting to measure ISO on SOL calibration.</translation>
+    </message>
+    <message>
+        <source>Expected valid port number.</source>
+        <translation>Expected valid port number.</translation>
+    </message>
+    <message>
+        <source>Unable to find specified cal kit.</source>
+        <translation>Unable to find specified cal kit.</translation>
+    </message>
+    <message>
+        <source>Calibration step in progress. Cannot save.</source>
+        <translation>Calibration step in progress. Cannot save.</translation>
+    </message>
+    <message>
+        <source>Calibration not complete. Cannot save.</source>
+        <translation>Calibration not complete. Cannot save.</translation>
+    </message>
+    <message>
+        <source>Calibration Kit (*.skt)</source>
+        <translation>Kalibriersatz (*.skt)</translation>
+    </message>
+    <message>
+        <source>System calibration kits are read-only. Copy the kit to change it.</source>
+        <translation>System-Kalibriersätze sind schreibgeschützt. Kopieren Sie den Satz, um ihn zu ändern.</translation>
+    </message>
+    <message>
+        <source>Calibration Kit</source>
+        <translation>Kalibriersatz</translation>
+    </message>
+    <message>
+        <source>New Kit</source>
+        <translation>Neuer Kalibriersatz</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to delete %1?</source>
+        <translation>Soll %1 wirklich gelöscht werden?</translation>
+    </message>
+    <message>
+        <source>Import Calibration Kit</source>
+        <translation>Kalibriersatz importieren</translation>
+    </message>
+    <message>
+        <source>Export Calibration Kit</source>
+        <translation>Kalibriersatz exportieren</translation>
+    </message>
+    <message>
+        <source>No sweep is running on this channel.</source>
+        <translation>In diesem Kanal läuft kein Sweep.</translation>
+    </message>
+    <message>
+        <source>Measuring</source>
+        <translation>Messung läuft</translation>
+    </message>
+    <message>
+        <source>No sweep arrived; nothing was measured.</source>
+        <translation>Kein Sweep eingetroffen; nichts gemessen.</translation>
+    </message>
+    <message>
+        <source>The channel is not calibrated.</source>
+        <translation>Der Kanal ist nicht kalibriert.</translation>
+    </message>
+    <message>
+        <source>Invalid ID</source>
+        <translation>Ungültige ID</translation>
+    </message>
+    <message>
+        <source>Characterize Standard</source>
+        <translation>Standard charakterisieren</translation>
+    </message>
+    <message>
+        <source>Standard %1 was added to %2.</source>
+        <translation>Standard %1 wurde zu %2 hinzugefügt.</translation>
+    </message>
+    <message>
+        <source>The tolerance must be above 0.</source>
+        <translation>Die Toleranz muss größer als 0 sein.</translation>
+    </message>
+    <message>
+        <source>The sweep does not overlap the device&apos;s data.</source>
+        <translation>Der Sweep überschneidet sich nicht mit den Daten des Verifikationsobjekts.</translation>
+    </message>
+    <message>
+        <source>Verification Device Data</source>
+        <translation>Daten des Verifikationsobjekts</translation>
+    </message>
+    <message>
+        <source>Largest vector difference allowed:</source>
+        <translation>Größte zulässige Vektordifferenz:</translation>
+    </message>
+    <message>
+        <source>Verification passed.</source>
+        <translation>Verifikation bestanden.</translation>
+    </message>
+    <message>
+        <source>Verification failed.</source>
+        <translation>Verifikation nicht bestanden.</translation>
+    </message>
+    <message>
+        <source>Factory Calibration</source>
+        <translation>Werkskalibrierung</translation>
+    </message>
+    <message>
+        <source>No instrument is connected.</source>
+        <translation>Es ist kein Gerät verbunden.</translation>
+    </message>
+    <message>
+        <source>Writing Factory Calibration</source>
+        <translation>Werkskalibrierung wird geschrieben</translation>
+    </message>
+    <message>
+        <source>Calibration File (*.vnacal)</source>
+        <translation>Kalibrierdatei (*.vnacal)</translation>
+    </message>
+    <message>
+        <source>Write Factory Calibration</source>
+        <translation>Werkskalibrierung schreiben</translation>
+    </message>
+    <message>
+        <source>Replace the instrument&apos;s factory calibration with %1?</source>
+        <translation>Die Werkskalibrierung des Geräts durch %1 ersetzen?</translation>
+    </message>
+    <message>
+        <source>S2P File (*.s2p)</source>
+        <translation>S2P-Datei (*.s2p)</translation>
+    </message>
+    <message>
+        <source>Specify S2P File</source>
+        <translation>S2P-Datei angeben</translation>
+    </message>
+    <message>
+        <source>Maury Microwave uCal</source>
+        <translation>Maury Microwave uCal</translation>
+    </message>
+    <message>
+        <source>Direct Controls</source>
+        <translation>Direktsteuerung</translation>
+    </message>
+    <message>
+        <source>User Characterization</source>
+        <translation>Benutzercharakterisierung</translation>
+    </message>
+    <message>
+        <source>Unable to connect Maury UCal Module.
+Unable to proceed with calibration.</source>
+        <translation>Verbindung zum Maury UCal-Modul nicht möglich.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Unable to read calibration data from uCal module.
+Unable to proceed.</source>
+        <translation>Kalibrierdaten des uCal-Moduls können nicht gelesen werden.
+Fortsetzen nicht möglich.</translation>
+    </message>
+    <message>
+        <source>Cannot find Maury UCal Module.
+Unable to proceed with calibration.</source>
+        <translation>Maury UCal-Modul nicht gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Notification</source>
+        <translation>Hinweis</translation>
+    </message>
+    <message>
+        <source>Reading calibration data, please wait...</source>
+        <translation>Kalibrierdaten werden gelesen, bitte warten...</translation>
+    </message>
+    <message>
+        <source>Fan Control</source>
+        <translation>Lüftersteuerung</translation>
+    </message>
+    <message>
+        <source>Output Generator Controls</source>
+        <translation>Signalgenerator-Steuerung</translation>
+    </message>
+    <message>
+        <source>User Manual</source>
+        <translation>Benutzerhandbuch</translation>
+    </message>
+    <message>
+        <source>Kestrix Website</source>
+        <translation>Kestrix-Website</translation>
+    </message>
+    <message>
+        <source>Support Forums</source>
+        <translation>Support-Foren</translation>
+    </message>
+    <message>
+        <source>There is no channel %1.</source>
+        <translation>Es gibt keinen Kanal %1.</translation>
+    </message>
+    <message>
+        <source>Output generator: port %1, %2, %3 dB</source>
+        <translation>Signalgenerator: Port %1, %2, %3 dB</translation>
+    </message>
+    <message>
+        <source>The user manual was not found in %1.</source>
+        <translation>Das Benutzerhandbuch wurde in %1 nicht gefunden.</translation>
+    </message>
+    <message>
+        <source>No program could be started to show %1.</source>
+        <translation>Es konnte kein Programm gestartet werden, um %1 anzuzeigen.</translation>
+    </message>
+    <message>
+        <source>Version %1 is available</source>
+        <translation>Version %1 ist verfügbar</translation>
     </message>
 </context>
 <context>
@@ -1057,9 +1990,119 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
         <source>Turn off Auto Range to set the range.</source>
         <translation>Automatischen Bereich ausschalten, um den Bereich einzustellen.</translation>
     </message>
+</context>
+<context>
+    <name>MauryUCal</name>
     <message>
-        <source>Not available in this version of the program.</source>
-        <translation>In dieser Programmversion nicht verfügbar.</translation>
+        <source>Port 1 Short</source>
+        <translation>Port 1 Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Port 1 Open</source>
+        <translation>Port 1 Leerlauf</translation>
+    </message>
+    <message>
+        <source>Port 1 Load</source>
+        <translation>Port 1 Abschluss</translation>
+    </message>
+    <message>
+        <source>Port 2 Short</source>
+        <translation>Port 2 Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Port 2 Open</source>
+        <translation>Port 2 Leerlauf</translation>
+    </message>
+    <message>
+        <source>Port 2 Load</source>
+        <translation>Port 2 Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+</context>
+<context>
+    <name>MauryUCalControlsDlg</name>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Manufacturer</source>
+        <translation>Hersteller</translation>
+    </message>
+    <message>
+        <source>Model</source>
+        <translation>Modell</translation>
+    </message>
+    <message>
+        <source>Serial Number</source>
+        <translation>Seriennummer</translation>
+    </message>
+    <message>
+        <source>Firmware</source>
+        <translation>Firmware</translation>
+    </message>
+    <message>
+        <source>Device</source>
+        <translation>Gerät</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Temperature</source>
+        <translation>Temperatur</translation>
+    </message>
+    <message>
+        <source>Maury uCal Controls</source>
+        <translation>Steuerung des Maury uCal</translation>
+    </message>
+    <message>
+        <source>Connect</source>
+        <translation>Verbinden</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>No Maury uCal device found.</source>
+        <translation>Kein Gerät vom Typ Maury uCal gefunden.</translation>
+    </message>
+    <message>
+        <source>Failed to connect to Maury uCal device.</source>
+        <translation>Verbindung zum Maury uCal fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>Disconnect</source>
+        <translation>Trennen</translation>
+    </message>
+    <message>
+        <source>%1°C - %2</source>
+        <translation>%1 °C - %2</translation>
+    </message>
+    <message>
+        <source>In Range</source>
+        <translation>Im Bereich</translation>
+    </message>
+    <message>
+        <source>Out of Range</source>
+        <translation>Außerhalb des Bereichs</translation>
     </message>
 </context>
 <context>
@@ -1095,6 +2138,57 @@ Lizenziert unter der GNU General Public License, Version 3 oder neuer.</translat
     <message>
         <source>Format</source>
         <translation>Format</translation>
+    </message>
+</context>
+<context>
+    <name>OutputGeneratorControlsDialog</name>
+    <message>
+        <source>Output Generator Controls</source>
+        <translation>Signalgenerator-Steuerung</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Step Down</source>
+        <translation>Schritt abwärts</translation>
+    </message>
+    <message>
+        <source>Step Up</source>
+        <translation>Schritt aufwärts</translation>
+    </message>
+    <message>
+        <source>Output On</source>
+        <translation>Ausgang ein</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>Port</translation>
+    </message>
+    <message>
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message>
+        <source>Step Frequency</source>
+        <translation>Schrittweite</translation>
+    </message>
+    <message>
+        <source>Atten</source>
+        <translation>Dämpfung</translation>
+    </message>
+    <message>
+        <source>Needs an instrument: the demo device has no output generator.</source>
+        <translation>Benötigt ein Gerät: Das Demo-Gerät hat keinen Signalgenerator.</translation>
+    </message>
+    <message>
+        <source>The output is on: sweeps are paused until it is turned off.</source>
+        <translation>Der Ausgang ist eingeschaltet: Sweeps ruhen, bis er ausgeschaltet wird.</translation>
     </message>
 </context>
 <context>
@@ -1412,6 +2506,156 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>SOLCalDlg</name>
+    <message>
+        <source>SOL Mechanical Calibration - Measure Standards</source>
+        <translation>Mechanische SOL-Kalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>Cal Kit: </source>
+        <translation>Kalibriersatz: </translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+</context>
+<context>
+    <name>SOLECalDlg</name>
+    <message>
+        <source>SOL Electronic Calibration - Measure Standards</source>
+        <translation>SOL-Elektronikkalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Unable to find standard.
+Cannot continue cal.</source>
+        <translation>Standard nicht gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>More than 1 standard that matches the class and target port.
+Cannot continue calibration</source>
+        <translation>Mehr als ein Standard passt zu Klasse und Zielport.
+Kalibrierung kann nicht fortgesetzt werden</translation>
+    </message>
+</context>
+<context>
+    <name>SOLTCalDlg</name>
+    <message>
+        <source>SOLR Calibration - Measure Standards</source>
+        <translation>SOLR-Kalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>SOLT Calibration - Measure Standards</source>
+        <translation>SOLT-Kalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>Cal Kit: </source>
+        <translation>Kalibriersatz: </translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Port 1</source>
+        <translation>Port 1</translation>
+    </message>
+    <message>
+        <source>Port 2</source>
+        <translation>Port 2</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Iso</source>
+        <translation>Isolation</translation>
+    </message>
+    <message>
+        <source>Optional</source>
+        <translation>Optional</translation>
+    </message>
+</context>
+<context>
+    <name>SOLTECalDlg</name>
+    <message>
+        <source>SOLT Electronic Calibration - Measure Standards</source>
+        <translation>SOLT-Elektronikkalibrierung - Standards messen</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Unable to find port A standard for this class.
+Cannot continue calibration.</source>
+        <translation>Kein Standard an Port A für diese Klasse gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>Unable to find port B standard for this class.
+Cannot continue calibration.</source>
+        <translation>Kein Standard an Port B für diese Klasse gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+    <message>
+        <source>No thru standard found in cal kit.
+Cannot continue calibration.</source>
+        <translation>Keine Durchverbindung im Kalibriersatz gefunden.
+Kalibrierung kann nicht fortgesetzt werden.</translation>
+    </message>
+</context>
+<context>
     <name>Scpi</name>
     <message>
         <source>Invalid measure suffix</source>
@@ -1653,6 +2897,26 @@ Close this dialog to return to local operation.</source>
         <source>Device not found</source>
         <translation>Device not found</translation>
     </message>
+    <message>
+        <source>Calibration not active.</source>
+        <translation>Calibration not active.</translation>
+    </message>
+    <message>
+        <source>Expected error term string.</source>
+        <translation>Expected error term string.</translation>
+    </message>
+    <message>
+        <source>Remote calibration already in progress.</source>
+        <translation>Remote calibration already in progress.</translation>
+    </message>
+    <message>
+        <source>Expected valid port number.</source>
+        <translation>Expected valid port number.</translation>
+    </message>
+    <message>
+        <source>Expected calibration method.</source>
+        <translation>Expected calibration method.</translation>
+    </message>
 </context>
 <context>
     <name>ScpiLogDialog</name>
@@ -1722,10 +2986,6 @@ Close this dialog to return to local operation.</source>
 </context>
 <context>
     <name>StimulusControlPanel</name>
-    <message>
-        <source>The sweep type is set by the segment table editor.</source>
-        <translation>Die Sweep-Art wird im Segmenttabellen-Editor festgelegt.</translation>
-    </message>
     <message>
         <source>Restart Avg</source>
         <translation>Mittelung neu starten</translation>
@@ -1798,6 +3058,18 @@ Close this dialog to return to local operation.</source>
         <source>A segment sweep takes its frequencies and points from its segment table.</source>
         <translation>Ein Segment-Sweep nimmt Frequenzen und Punkte aus seiner Segmenttabelle.</translation>
     </message>
+    <message>
+        <source>Edit Segments</source>
+        <translation>Segmente bearbeiten</translation>
+    </message>
+    <message>
+        <source>Edits the segment table of a Segment sweep; choose the sweep type Segment to define one.</source>
+        <translation>Bearbeitet die Segmenttabelle eines Segment-Sweeps; wählen Sie den Sweep-Typ Segment, um eine anzulegen.</translation>
+    </message>
+    <message>
+        <source>Choose the sweep type Segment to define a segment table.</source>
+        <translation>Wählen Sie den Sweep-Typ Segment, um eine Segmenttabelle anzulegen.</translation>
+    </message>
 </context>
 <context>
     <name>Styles</name>
@@ -1808,6 +3080,116 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Loading style..</source>
         <translation>Stil wird geladen..</translation>
+    </message>
+</context>
+<context>
+    <name>SweepSegmentDialog</name>
+    <message>
+        <source>Sweep Segments</source>
+        <translation>Sweep-Segmente</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>Start</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message>
+        <source>Points</source>
+        <translation>Punkte</translation>
+    </message>
+    <message>
+        <source>Add Segment</source>
+        <translation>Segment hinzufügen</translation>
+    </message>
+    <message>
+        <source>Delete Segment</source>
+        <translation>Segment löschen</translation>
+    </message>
+    <message>
+        <source>Clear Table</source>
+        <translation>Tabelle leeren</translation>
+    </message>
+    <message>
+        <source>Load Table</source>
+        <translation>Tabelle laden</translation>
+    </message>
+    <message>
+        <source>Save Table</source>
+        <translation>Tabelle speichern</translation>
+    </message>
+    <message>
+        <source>Row %1: the start and stop must be frequencies, such as &quot;2.4 GHz&quot;.</source>
+        <translation>Zeile %1: Start und Stopp müssen Frequenzen sein, etwa „2.4 GHz“.</translation>
+    </message>
+    <message>
+        <source>Row %1: the number of points must be a whole number.</source>
+        <translation>Zeile %1: Die Punktanzahl muss eine ganze Zahl sein.</translation>
+    </message>
+    <message>
+        <source>Sweep Segment Table (*.csv)</source>
+        <translation>Sweep-Segmenttabelle (*.csv)</translation>
+    </message>
+    <message>
+        <source>Load Segments</source>
+        <translation>Segmente laden</translation>
+    </message>
+    <message>
+        <source>Save Segments</source>
+        <translation>Segmente speichern</translation>
+    </message>
+</context>
+<context>
+    <name>SweepSegments</name>
+    <message>
+        <source>it is empty: a segment needs at least one point.</source>
+        <translation>es ist leer: Ein Segment braucht mindestens einen Punkt.</translation>
+    </message>
+    <message>
+        <source>it leaves the instrument&apos;s range of 40 MHz to 40 GHz.</source>
+        <translation>es verlässt den Gerätebereich von 40 MHz bis 40 GHz.</translation>
+    </message>
+    <message>
+        <source>its stop frequency lies below its start.</source>
+        <translation>seine Stoppfrequenz liegt unter der Startfrequenz.</translation>
+    </message>
+    <message>
+        <source>it repeats one frequency: with more than one point its stop must lie above its start.</source>
+        <translation>es wiederholt eine Frequenz: Bei mehr als einem Punkt muss der Stopp über dem Start liegen.</translation>
+    </message>
+    <message>
+        <source>The table has no segments: a segment sweep needs at least one.</source>
+        <translation>Die Tabelle enthält keine Segmente: Ein Segment-Sweep braucht mindestens eines.</translation>
+    </message>
+    <message>
+        <source>Segment %1: %2</source>
+        <translation>Segment %1: %2</translation>
+    </message>
+    <message>
+        <source>Segments %1 and %2 overlap: each segment must start above the stop frequency of the one before it.</source>
+        <translation>Die Segmente %1 und %2 überlappen: Jedes Segment muss oberhalb der Stoppfrequenz des vorigen beginnen.</translation>
+    </message>
+    <message>
+        <source>The segments hold %1 points in all; one sweep takes at most %2.</source>
+        <translation>Die Segmente enthalten insgesamt %1 Punkte; ein Sweep fasst höchstens %2.</translation>
+    </message>
+    <message>
+        <source>Unable to write file.</source>
+        <translation>Datei kann nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>Unable to read file.</source>
+        <translation>Datei kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>Invalid file type: not a sweep segment table.</source>
+        <translation>Ungültiger Dateityp: keine Sweep-Segmenttabelle.</translation>
+    </message>
+    <message>
+        <source>Line %1 does not hold a start, a stop and a number of points.</source>
+        <translation>Zeile %1 enthält nicht Start, Stopp und Punktanzahl.</translation>
     </message>
 </context>
 <context>
@@ -2178,6 +3560,33 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>UCalUserCharacterization</name>
+    <message>
+        <source>The module is characterized through a two-port calibration.</source>
+        <translation>Zur Charakterisierung des Moduls ist eine Zweitor-Kalibrierung nötig.</translation>
+    </message>
+    <message>
+        <source>The calibration has not been applied to the sweep.</source>
+        <translation>Die Kalibrierung wurde nicht auf den Sweep angewendet.</translation>
+    </message>
+    <message>
+        <source>Invalid module state or port map.</source>
+        <translation>Ungültiger Modulzustand oder ungültige Portzuordnung.</translation>
+    </message>
+    <message>
+        <source>The measurement does not match the characterization&apos;s frequencies.</source>
+        <translation>Die Messung passt nicht zu den Frequenzen der Charakterisierung.</translation>
+    </message>
+    <message>
+        <source> - User Characterization</source>
+        <translation> - Benutzercharakterisierung</translation>
+    </message>
+    <message>
+        <source>Unable to write the kit file %1.</source>
+        <translation>Die Kalibriersatzdatei %1 kann nicht geschrieben werden.</translation>
+    </message>
+</context>
+<context>
     <name>VNACalKit</name>
     <message>
         <source>Short</source>
@@ -2226,6 +3635,68 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Enter description here</source>
         <translation>Beschreibung hier eingeben</translation>
+    </message>
+</context>
+<context>
+    <name>VNACalKitList</name>
+    <message>
+        <source>&quot;%1&quot; is not a valid kit name: use letters, digits, blanks inside, &quot;_&quot;, &quot;-&quot;, &quot;(&quot; and &quot;)&quot;.</source>
+        <translation>„%1“ ist kein gültiger Name für einen Kalibriersatz: erlaubt sind Buchstaben, Ziffern, Leerzeichen im Inneren, „_“, „-“, „(“ und „)“.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is the name of a system kit.</source>
+        <translation>„%1“ ist der Name eines System-Kalibriersatzes.</translation>
+    </message>
+    <message>
+        <source>A calibration kit named &quot;%1&quot; already exists.</source>
+        <translation>Ein Kalibriersatz namens „%1“ existiert bereits.</translation>
+    </message>
+    <message>
+        <source>Unable to write %1.</source>
+        <translation>%1 kann nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>There is no calibration kit named &quot;%1&quot;.</source>
+        <translation>Es gibt keinen Kalibriersatz namens „%1“.</translation>
+    </message>
+    <message>
+        <source>System calibration kits cannot be changed or deleted.</source>
+        <translation>System-Kalibriersätze können nicht geändert oder gelöscht werden.</translation>
+    </message>
+    <message>
+        <source>Unable to delete %1.</source>
+        <translation>%1 kann nicht gelöscht werden.</translation>
+    </message>
+    <message>
+        <source>%1 is not a calibration kit file.</source>
+        <translation>%1 ist keine Kalibriersatzdatei.</translation>
+    </message>
+    <message>
+        <source>Copy of %1</source>
+        <translation>Kopie von %1</translation>
+    </message>
+</context>
+<context>
+    <name>VNACalStdPicker</name>
+    <message>
+        <source>Select Standard</source>
+        <translation>Standard wählen</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>Typ</translation>
+    </message>
+    <message>
+        <source>Gender</source>
+        <translation>Geschlecht</translation>
+    </message>
+    <message>
+        <source>Desc</source>
+        <translation>Beschr.</translation>
+    </message>
+    <message>
+        <source>Select</source>
+        <translation>Wählen</translation>
     </message>
 </context>
 <context>
@@ -2615,6 +4086,33 @@ Close this dialog to return to local operation.</source>
     </message>
 </context>
 <context>
+    <name>VNASlidingLoadDlg</name>
+    <message>
+        <source>Measure Sliding Load</source>
+        <translation>Gleitenden Abschluss messen</translation>
+    </message>
+    <message>
+        <source>Meas Count %1</source>
+        <translation>Messungen: %1</translation>
+    </message>
+    <message>
+        <source>Minimum Meas Count = %1</source>
+        <translation>Mindestanzahl Messungen = %1</translation>
+    </message>
+    <message>
+        <source>Measure Next Position and Continue</source>
+        <translation>Nächste Position messen und fortfahren</translation>
+    </message>
+    <message>
+        <source>Measure Next Position and Finish</source>
+        <translation>Nächste Position messen und beenden</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+</context>
+<context>
     <name>VNAStatusBar</name>
     <message>
         <source>No Device Connected</source>
@@ -2777,6 +4275,21 @@ Close this dialog to return to local operation.</source>
     <message>
         <source>Settings changed, trace memory no longer matches. Trace math has been reset.</source>
         <translation>Einstellungen geändert, der Kurvenspeicher passt nicht mehr. Die Kurvenmathematik wurde zurückgesetzt.</translation>
+    </message>
+</context>
+<context>
+    <name>VerificationReport</name>
+    <message>
+        <source>Tolerance: vector difference at most %1 (%2 dB)</source>
+        <translation>Toleranz: Vektordifferenz höchstens %1 (%2 dB)</translation>
+    </message>
+    <message>
+        <source>%1: not compared</source>
+        <translation>%1: nicht verglichen</translation>
+    </message>
+    <message>
+        <source>%1: %2, worst difference %3 (%4 dB) at %5 over %6 points</source>
+        <translation>%1: %2, größte Abweichung %3 (%4 dB) bei %5 über %6 Punkte</translation>
     </message>
 </context>
 <context>

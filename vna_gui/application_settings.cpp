@@ -9,6 +9,7 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QUrl>
 #include <atomic>
 #include <cstdio>
 
@@ -344,8 +345,11 @@ QString GetFactoryCalFileName(int serial)
 
 QString GetManualsDir()
 {
-    return QStringLiteral("file:///") + QCoreApplication::applicationDirPath() +
-           QStringLiteral("/../manuals/");
+    // A URL on every system: pasting "file:///" before an absolute Unix path would give four
+    // slashes, which names a network share.
+    return QUrl::fromLocalFile(QCoreApplication::applicationDirPath() +
+                               QStringLiteral("/../manuals/"))
+        .toString();
 }
 
 QString GetDefaultUserDirectory(const QString& key)

@@ -12,8 +12,8 @@
 
 #include "application_settings.h"
 #include "cal_workflow.h"
-#include "vna_calkit_list.h"
 #include "preferences.h"
+#include "vna_calkit_list.h"
 #include "vna_device.h"
 #include "vna_model.h"
 
@@ -46,9 +46,19 @@ void RunWhileServingEvents(const std::function<void()>& work, const std::functio
         {
             work();
             finished.store(true);
-            QMetaObject::invokeMethod(
-                &loop, [&loop] { loop.quit(); }, Qt::QueuedConnection);
         });
+    // The loop polls the worker's flag: nothing is posted across threads, so the only hand-over
+    // is the atomic flag (and the join), which the thread checker sees.
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop,
+                     [&]
+                     {
+                         if (finished.load())
+                         {
+                             loop.quit();
+                         }
+                     });
+    poll.start(5);
     QTimer timer;
     if (tick)
     {
@@ -59,7 +69,6 @@ void RunWhileServingEvents(const std::function<void()>& work, const std::functio
     {
         loop.exec();
     }
-    // Joined before the loop goes: a quit still posted to it is dropped with it.
     thread.join();
 }
 
@@ -359,6 +368,10 @@ bool CalMeasureDlg::MeasureStandard(QLabel* label, bool thru, SParametersRaw& ou
     const bool ok = RunOnDevice(label,
                                 [&]
                                 {
+                                    if (!PrepareStandard(thru))
+                                    {
+                                        return false;
+                                    }
                                     Configure(thru);
                                     progressCount.store(count);
                                     for (int k = 0; k < count; ++k)
@@ -503,6 +516,35 @@ bool CalMeasureDlg::MeasureReflect(int role, int port, CalOnePortRole kind, int 
     return ok;
 }
 
+bool CalMeasureDlg::MeasureReflectBoth(CalOnePortRole kind, const int ids[2],
+                                       QLabel* const labels[2])
+{
+    CalKitStandardInfo standards[2];
+    for (int port = 0; port < 2; ++port)
+    {
+        bool found = false;
+        standards[port] = cal.GetCalKit().GetStandard(ids[port], found);
+        if (!found || !StandardFitsRole(standards[port], kind))
+        {
+            return false;
+        }
+    }
+    if (!BeginStep())
+    {
+        return false;
+    }
+    SParametersRaw raw;
+    const bool ok = MeasureStandard(labels[0], false, raw);
+    for (int port = 0; port < 2; ++port)
+    {
+        const int role = 3 * port + kind;
+        SetDone(role, ok ? MergeReflectStandard(cal, port, kind, standards[port], raw) : done[role],
+                labels[port], ok);
+    }
+    EndStep();
+    return ok;
+}
+
 bool CalMeasureDlg::MeasureThru(int role, const CalKitStandardInfo& standard, bool unknown,
                                 QLabel* label)
 {
@@ -578,6 +620,13 @@ QLabel* CalMeasureDlg::StatusLabel(const QString& text)
     auto* label = new KXLabel(text, this);
     label->setTextFormat(Qt::RichText);
     return label;
+}
+
+void CalMeasureDlg::Warn(const QString& title, const QString& text)
+{
+    Enter();
+    ShowMessageBoxWarning(this, title, text);
+    Leave();
 }
 
 void CalMeasureDlg::AddFinishButtons(QBoxLayout* column)

@@ -120,11 +120,24 @@ protected:
     // The thru; an unknown one is followed by its switch terms.
     bool MeasureThru(int role, const CalKitStandardInfo& standard, bool unknown, QLabel* label);
     bool MeasureIsolation(QLabel* label);
+    // One measurement for a reflect kind of both ports at once, each port's standard (ids[port])
+    // checked against the role and merged into it; labels[port] shows each port's status.
+    bool MeasureReflectBoth(CalOnePortRole kind, const int ids[2], QLabel* const labels[2]);
+
+    // Runs on the measuring thread, with the device taken, right before a standard is swept: a
+    // switch to the standard goes here. False cancels the measurement.
+    virtual bool PrepareStandard(bool thru)
+    {
+        Q_UNUSED(thru);
+        return true;
+    }
 
     // The ID of the kit's standard for a class: the only one without asking when the operator
     // prefers so, otherwise the operator's pick; -1 when none.
     int GetStdIDByClass(CalClass cls);
     QLabel* StatusLabel(const QString& text);
+    // A warning the dialog must outlive: it is not deleted while the box is up.
+    void Warn(const QString& title, const QString& text);
     // "Done" and "Cancel" at the foot of the dialog.
     void AddFinishButtons(QBoxLayout* column);
 

@@ -198,9 +198,12 @@ void TriggerControlPanel::UpdateControls()
 StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(window)
 {
     sweepType = new KXComboBox(this);
+    sweepType->setObjectName(QStringLiteral("sweepType"));
     sweepType->AddItem(VNASweepTypeToString(SweepLinear), int(SweepLinear));
     sweepType->AddItem(VNASweepTypeToString(SweepSegment), int(SweepSegment));
-    SetAvailable(sweepType, false, tr("The sweep type is set by the segment table editor."));
+    editSegments = new KXPushButton(tr("Edit Segments"), this);
+    editSegments->setToolTip(tr("Edits the segment table of a Segment sweep; choose the sweep "
+                                "type Segment to define one."));
     start = new KXLineEdit(KXLineEdit::FreqValue, this);
     stop = new KXLineEdit(KXLineEdit::FreqValue, this);
     step = new KXLineEdit(KXLineEdit::FreqValue, this);
@@ -234,6 +237,7 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
 
     QFormLayout* f = Form();
     f->addRow(tr("Sweep Type"), sweepType);
+    f->addRow(QString(), editSegments);
     f->addRow(tr("Start"), start);
     f->addRow(tr("Stop"), stop);
     f->addRow(tr("Step Size"), step);
@@ -275,6 +279,20 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
     connect(avgCount, valueEdited, this,
             [this](double v) { w->stimAvgCountChanged(Channel(), int(v)); });
     connect(restartAvg, &QPushButton::clicked, this, [this] { w->stimRestartAvg(Channel()); });
+    // Choosing Segment opens the table; the channel changes only once a table is accepted.
+    connect(sweepType, &KXComboBox::comboIndexChanged, this,
+            [this]
+            {
+                if (sweepType->GetCurrentData().toInt() == SweepSegment)
+                {
+                    w->defineSegmentsPushed();
+                }
+                else
+                {
+                    w->stimSweepTypeChanged(Channel(), SweepLinear);
+                }
+            });
+    connect(editSegments, &QPushButton::clicked, w, &MainWindow::defineSegmentsPushed);
 }
 
 int StimulusControlPanel::Channel() const
@@ -309,6 +327,8 @@ void StimulusControlPanel::UpdateControls()
     SetAvailable(manualPower, s.powerConfig == VNAPowerManualPower,
                  tr("Available when Power is set to Manual Power."));
     const bool linear = s.type == SweepLinear;
+    SetAvailable(editSegments, s.type == SweepSegment,
+                 tr("Choose the sweep type Segment to define a segment table."));
     for (QWidget* e : {static_cast<QWidget*>(start), static_cast<QWidget*>(stop),
                        static_cast<QWidget*>(step), static_cast<QWidget*>(center),
                        static_cast<QWidget*>(span), static_cast<QWidget*>(points)})

@@ -102,6 +102,7 @@ public:
 private:
     int Channel() const;
     KXComboBox* sweepType;
+    KXPushButton* editSegments;
     KXLineEdit* start;
     KXLineEdit* stop;
     KXLineEdit* step;

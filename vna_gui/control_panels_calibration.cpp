@@ -11,9 +11,7 @@
 CalibrationControlPanel::CalibrationControlPanel(MainWindow* window) : PanelBase(window)
 {
     auto* start = new KXPushButton(tr("Start New Calibration (Mechanical)"), this);
-    // The electronic module's workflow arrives with its driver.
     auto* startElectronic = new KXPushButton(tr("Start New Calibration (Electronic)"), this);
-    SetAvailable(startElectronic, false, tr("Not available in this version of the program."));
     auto* load = new KXPushButton(tr("Load Calibration"), this);
     auto* unload = new KXPushButton(tr("Unload Calibration"), this);
     for (QWidget* b : {start, startElectronic, load, unload})
@@ -32,6 +30,7 @@ CalibrationControlPanel::CalibrationControlPanel(MainWindow* window) : PanelBase
     BuildViewerRows();
 
     connect(start, &QPushButton::clicked, w, &MainWindow::calStartNewCalibration);
+    connect(startElectronic, &QPushButton::clicked, w, &MainWindow::calStartNewECalibration);
     connect(load, &QPushButton::clicked, w, QOverload<>::of(&MainWindow::calLoad));
     connect(unload, &QPushButton::clicked, w, QOverload<>::of(&MainWindow::calUnload));
     connect(enabled, &QCheckBox::toggled, w, QOverload<bool>::of(&MainWindow::calEnabledChanged));

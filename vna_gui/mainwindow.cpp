@@ -25,6 +25,7 @@
 #include "kx_widgets.h"
 #include "mainwindow_scpi.h"
 #include "multi_plot_splitter_area.h"
+#include "output_generator_controls.h"
 #include "scpi_log.h"
 #include "status_bar.h"
 #include "vna_plot.h"
@@ -56,6 +57,7 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
     statusBarWidget = new VNAStatusBar(this);
     setStatusBar(statusBarWidget);
     statusBarWidget->ClearStatusBar();
+    InitTools();
     ConnectModelSignals();
     setThemeIcons();
     resize(1400, 860);
@@ -74,6 +76,8 @@ MainWindow::~MainWindow()
 {
     // Before the device goes with the model: the dialogs are deleted only after it.
     EndCalibrations();
+    // Gone before the model: hiding it hands the instrument back to the sweeps.
+    delete generatorDialog;
     model.MeasStop();
     // The client is retired first: its socket goes with the server, after this body, and must
     // not report its disconnection to a window half destroyed.

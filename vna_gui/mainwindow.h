@@ -38,6 +38,9 @@ class ErrorLogDialog;
 class MauryUCalControlsDlg;
 class VNAPlot;
 class VNAStatusBar;
+class FanControlDialog;
+class OutputGeneratorControlsDialog;
+class VersionChecker;
 class VnaLib;
 
 class CalMeasureDlg;
@@ -77,7 +80,14 @@ public:
     void ConnectDeviceBySerialInThread(int serial, QEventLoop* loop);
 
     // --- measurement ------------------------------------------------------------------------
-    void MeasStart() { model.MeasStart(); }
+    // The sweeps stay stopped while the output generator holds the instrument.
+    void MeasStart()
+    {
+        if (!generatorOn)
+        {
+            model.MeasStart();
+        }
+    }
     void MeasStop() { model.MeasStop(); }
     void CalcTraces(int channel) { model.CalcTraces(channel); }
     void channelPortsEnabled(int channel, bool& fwd, bool& rev)
@@ -123,6 +133,14 @@ public:
     // The address the server is bound to, as the socket reports it.
     QHostAddress SCPIServerAddress() const;
     ScpiLogDialog* ScpiLog() const { return scpiLogDialog; }
+    // Small tools (mainwindow_tools.cpp).
+    static constexpr double kFanMinSetpoint = 25.0;
+    static constexpr double kFanMaxSetpoint = 60.0;
+    bool OutputGeneratorActive() const { return generatorOn; }
+    // Built on first use.
+    OutputGeneratorControlsDialog* OutputGenerator();
+    FanControlDialog* FanControls();
+    VersionChecker* Versions() const { return versionChecker; }
     // How often the limit-fail sound has been given.
     int LimitFailSounds() const { return limitFailSounds; }
     void SCPIHandleCommand(Scpi* scpi);
@@ -490,6 +508,12 @@ public slots:
     // --- electronic calibration module (mainwindow_ucal.cpp) -------------------------------------
     void showUCalControls();
 
+    // --- electronic calibration (mainwindow_ecal.cpp) --------------------------------------------
+    // The operator's calibration of the active channel through the uCal module: the module's
+    // factory data, the setup with its port map, the standards switched in turn, the file, and
+    // the record into the channel.
+    void calStartNewECalibration();
+
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
     // The equation of a trace by index; the form without one acts on the active trace, as the
     // Math panel does. A new setting takes the last equation error off the status bar: the next
@@ -522,6 +546,30 @@ public slots:
     void setDarkTheme();
     // Runs the preferences dialog; accepted options take effect at once where they can.
     void editPreferences();
+
+    // --- small tools (mainwindow_tools.cpp) ------------------------------------------------------
+    // The segment table editor of the active channel, as the stimulus panel opens it.
+    void defineSegmentsPushed();
+    void stimEditSegments(int channel);
+    // Makes the channel a segment sweep over the table; false, with the reason and the channel
+    // unchanged, when the table cannot be swept.
+    bool stimSegmentsChanged(int channel, QVector<VNASweepSegment> segments, QString& error);
+    void settingsShowFanControls();
+    // Out-of-range values are clamped; the loop applies the result at its reconfiguration.
+    void fanOverrideChanged(bool enabled, int type, double setpoint, double speed);
+    // Stores the present fan settings as the ones the program starts with.
+    void fanSaveDefaults();
+    void showOutputGeneratorControls();
+    // Stops the sweeps and puts a continuous wave on a port (0 or 1); values are clamped.
+    void outputGeneratorSet(int port, double freq, int atten);
+    // Gives the instrument back to the sweeps.
+    void outputGeneratorOff();
+    void openUserManual();
+    void openWebsite();
+    void openSupportForums();
+    // Starts a check for a new version now, whatever the start-up preference says.
+    void checkForNewVersion();
+    void showNewVersionMessage(const QString& version);
 
     // --- window ----------------------------------------------------------------------------------
     void panelButtonClicked(int index);
@@ -561,6 +609,8 @@ private:
     void BuildEditMenu(QMenu* edit);
     void ApplyTheme(KXStyleSheet style);
     void ApplyPanelOrientation();
+    // The tools' part of start-up: window icon and the version check if the operator wants it.
+    void InitTools();
     void BuildToolbar();
     void BuildPanels();
     void InitMenuBar();
@@ -569,8 +619,15 @@ private:
     void LoadFactoryCalInThread();
     void InitCalibrationMenu(QMenu* menu);
     void PerformCalibration();
-    // Runs the measuring dialog of the record's type for a channel; true when accepted.
-    bool RunCalibrationDialog(VNACalibration& cal, int channel);
+    void PerformECalibration();
+    // Runs the measuring dialog that make builds, with the instrument held, for a channel; true
+    // when accepted.
+    bool RunCalibrationDialog(int channel, const std::function<CalMeasureDlg*()>& make);
+    // The end of an operator's calibration: the file asked for, the record written, solved and
+    // put into the channel. False when the operator gives up on the file or writing fails.
+    bool SaveCalibrationToChannel(VNACalibration& cal, int channel);
+    // Sets one of a channel's correction switches and redraws it.
+    void SetChannelCalFlag(int channel, bool VNAChannel::*flag, bool on);
     // Solves the record for the sweep the channel will have, off the GUI thread, and puts it
     // into the channel.
     void SetChannelCalibration(int channel, VNACalibration cal, bool takeStimulus);
@@ -676,4 +733,8 @@ private:
     QHBoxLayout* centralRow = nullptr;
     QAction* lightThemeAction = nullptr;
     QAction* darkThemeAction = nullptr;
+    FanControlDialog* fanDialog = nullptr;
+    OutputGeneratorControlsDialog* generatorDialog = nullptr;
+    VersionChecker* versionChecker = nullptr;
+    bool generatorOn = false;
 };

@@ -10,11 +10,11 @@
 
 #include "application_settings.h"
 #include "cal_dialogs.h"
-#include "vna_calkit_list.h"
 #include "error_log.h"
 #include "file_dialogs.h"
 #include "mainwindow.h"
 #include "status_bar.h"
+#include "vna_calkit_list.h"
 
 namespace
 {
@@ -34,10 +34,8 @@ void MainWindow::InitCalibrationMenu(QMenu* menu)
     connect(menu, &QMenu::aboutToShow, this, &MainWindow::aboutToShowCalibrationMenu);
     connect(menu->addAction(tr("Start New Calibration (Mechanical)")), &QAction::triggered, this,
             &MainWindow::calStartNewCalibration);
-    // The electronic module's workflow arrives with its driver.
-    QAction* electronic = menu->addAction(tr("Start New Calibration (Electronic)"));
-    electronic->setEnabled(false);
-    electronic->setToolTip(tr("Not available in this version of the program."));
+    connect(menu->addAction(tr("Start New Calibration (Electronic)")), &QAction::triggered, this,
+            &MainWindow::calStartNewECalibration);
     menu->setToolTipsVisible(true);
     connect(menu->addAction(tr("Load Calibration")), &QAction::triggered, this,
             QOverload<>::of(&MainWindow::calLoad));
@@ -127,10 +125,24 @@ void MainWindow::PerformCalibration()
         return;
     }
     const int index = channel->index;
-    if (!RunCalibrationDialog(cal, index))
+    const bool accepted =
+        RunCalibrationDialog(index,
+                             [&]() -> CalMeasureDlg*
+                             {
+                                 if (cal.GetCalType() == SOL)
+                                 {
+                                     return new SOLCalDlg(model.device, cal, this);
+                                 }
+                                 return new SOLTCalDlg(model.device, cal, this);
+                             });
+    if (accepted)
     {
-        return;
+        SaveCalibrationToChannel(cal, index);
     }
+}
+
+bool MainWindow::SaveCalibrationToChannel(VNACalibration& cal, int index)
+{
     QString path;
     while (path.isEmpty())
     {
@@ -140,7 +152,7 @@ void MainWindow::PerformCalibration()
             ShowMessageBoxQuestion(this, tr("Question"),
                                    tr("File name invalid, are you sure you wish to cancel?")))
         {
-            return;
+            return false;
         }
     }
     CompleteCalibration(cal, model.device, path);
@@ -152,26 +164,19 @@ void MainWindow::PerformCalibration()
     if (!saved)
     {
         ShowMessageBoxWarning(this, tr("Error"), error);
-        return;
+        return false;
     }
     InstallCalibration(model, index, cal, true);
     UpdateAll(index);
+    return true;
 }
 
-bool MainWindow::RunCalibrationDialog(VNACalibration& cal, int channel)
+bool MainWindow::RunCalibrationDialog(int channel, const std::function<CalMeasureDlg*()>& make)
 {
     MeasStop();
     model.SetDeviceHeld(true);
     calChannel = channel;
-    std::unique_ptr<CalMeasureDlg> dialog;
-    if (cal.GetCalType() == SOL)
-    {
-        dialog.reset(new SOLCalDlg(model.device, cal, this));
-    }
-    else
-    {
-        dialog.reset(new SOLTCalDlg(model.device, cal, this));
-    }
+    std::unique_ptr<CalMeasureDlg> dialog(make());
     connect(dialog.get(), &CalMeasureDlg::measUpdated, this, &MainWindow::calUpdateMainUI);
     operatorCalDialog = dialog.get();
     const bool accepted = dialog->exec() == QDialog::Accepted;
@@ -330,7 +335,7 @@ void MainWindow::calUnload()
     calUnload(model.activeChannelIndex);
 }
 
-void MainWindow::calEnabledChanged(int channel, bool enabled)
+void MainWindow::SetChannelCalFlag(int channel, bool VNAChannel::*flag, bool on)
 {
     VNAChannel* c = model.channels.value(channel, nullptr);
     if (!c)
@@ -338,11 +343,16 @@ void MainWindow::calEnabledChanged(int channel, bool enabled)
         return;
     }
     {
-        // The chain reads the flag under the trace lock.
+        // The chain reads the flags under the trace lock.
         QMutexLocker lock(&model.traceLock);
-        c->calibrationEnabled = enabled;
+        c->*flag = on;
     }
     UpdateAll(channel);
+}
+
+void MainWindow::calEnabledChanged(int channel, bool enabled)
+{
+    SetChannelCalFlag(channel, &VNAChannel::calibrationEnabled, enabled);
 }
 
 void MainWindow::calEnabledChanged(bool enabled)
@@ -352,16 +362,7 @@ void MainWindow::calEnabledChanged(bool enabled)
 
 void MainWindow::calInterpolateChanged(int channel, bool enabled)
 {
-    VNAChannel* c = model.channels.value(channel, nullptr);
-    if (!c)
-    {
-        return;
-    }
-    {
-        QMutexLocker lock(&model.traceLock);
-        c->interpolationEnabled = enabled;
-    }
-    UpdateAll(channel);
+    SetChannelCalFlag(channel, &VNAChannel::interpolationEnabled, enabled);
 }
 
 void MainWindow::calInterpolateChanged(bool enabled)

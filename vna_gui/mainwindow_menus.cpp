@@ -146,6 +146,8 @@ void MainWindow::InitMenuBar()
             &MainWindow::setInternalReference);
     connect(reference->addAction(tr("External")), &QAction::triggered, this,
             &MainWindow::setExternalReference);
+    connect(settings->addAction(tr("Fan Control")), &QAction::triggered, this,
+            &MainWindow::settingsShowFanControls);
     spurRejectAction = settings->addAction(tr("Spur Reject"));
     spurRejectAction->setCheckable(true);
     connect(spurRejectAction, &QAction::triggered, this, &MainWindow::toggleSpurReject);
@@ -165,8 +167,16 @@ void MainWindow::InitMenuBar()
     characterize->setEnabled(false);
     characterize->setToolTip(tr("Not available in this version of the program."));
     uCal->setToolTipsVisible(true);
+    connect(utilities->addAction(tr("Output Generator Controls")), &QAction::triggered, this,
+            &MainWindow::showOutputGeneratorControls);
 
     QMenu* help = menuBar()->addMenu(tr("Help"));
+    connect(help->addAction(tr("User Manual")), &QAction::triggered, this,
+            &MainWindow::openUserManual);
+    connect(help->addAction(tr("Kestrix Website")), &QAction::triggered, this,
+            &MainWindow::openWebsite);
+    connect(help->addAction(tr("Support Forums")), &QAction::triggered, this,
+            &MainWindow::openSupportForums);
     connect(help->addAction(tr("About")), &QAction::triggered, this, &MainWindow::showAboutDialog);
 }
 
@@ -223,16 +233,6 @@ void MainWindow::printScreen(bool showDialog)
     painter.setViewport(page.x(), page.y(), size.width(), size.height());
     painter.setWindow(image.rect());
     painter.drawImage(0, 0, image);
-}
-
-void MainWindow::showAboutDialog()
-{
-    QMessageBox::about(
-        this, tr("About"),
-        tr("Kestrix Vector Network Analysis Software\n\nNVX400 API Version: %1\n\n"
-           "Licensed under the GNU General Public License, version 3 or later.")
-            .arg(model.device.GetAPIVersion().isEmpty() ? tr("not loaded")
-                                                        : model.device.GetAPIVersion()));
 }
 
 void MainWindow::populateConnectMenu()

@@ -106,6 +106,7 @@ void Transfer(S& s, Prefs& p, bool load)
     io("UseFactoryCal", useFactoryCal);
     io("ProgramStyle", style);
     io("UCalPortName", p.uCalPortName);
+    io("CheckForNewVersion", p.checkForNewVersion);
     if (load)
     {
         p.onPresetPowerLevel = VNAPowerConfig(powerLevel);

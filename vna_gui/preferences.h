@@ -71,6 +71,8 @@ public:
     // The uCal module's serial port when it cannot be found by its USB identity (an emulator's
     // pseudo-terminal); empty to search by identity only.
     QString uCalPortName;
+    // Ask the maker's server for a newer version at start-up; off unless the operator opts in.
+    bool checkForNewVersion = false;
 
 private:
     Preferences();

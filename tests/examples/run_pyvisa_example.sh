@@ -20,13 +20,23 @@ for _ in $(seq 200); do
   sleep 0.1
 done
 [ -n "$PORT" ] && [ -n "$SIMPORT" ] || { cat "$LOG"; echo "ports not reported"; exit 1; }
-/usr/bin/python3 - "$SIMPORT" "$SRC/resources/demo_bandpass.s2p" <<'PY'
+/usr/bin/python3 - "$SIMPORT" "$SRC/resources/demo_bandpass.s2p" "$PORT" <<'PY'
 import socket, sys
-s = socket.create_connection(("127.0.0.1", int(sys.argv[1])), timeout=5)
+# Generous: the simulator builds its shipped factory calibration, under the lock its scene
+# commands wait on, when the program first reads the flash; slow in a sanitizer build.
+s = socket.create_connection(("127.0.0.1", int(sys.argv[1])), timeout=120)
 s.sendall(("load dut " + sys.argv[2] + "\n").encode())
 reply = s.makefile().readline()
 if not reply.startswith("ok"):
     sys.exit("simulator refused the device: " + reply)
+# The program serves remote commands once it has connected and read the factory calibration:
+# wait for that here, with a guard sized for sanitizer builds, so the example's own timeout
+# measures the example.
+p = socket.create_connection(("127.0.0.1", int(sys.argv[3])), timeout=300)
+p.sendall(b"*IDN?\n")
+ident = p.makefile().readline()
+if not ident.startswith("Kestrix,"):
+    sys.exit("the program did not identify itself: %r" % ident)
 PY
 OUT=$(/usr/bin/python3 "$SRC/examples/pyvisa_client.py" "$PORT")
 echo "$OUT"

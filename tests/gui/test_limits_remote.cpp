@@ -199,7 +199,7 @@ void TestLimitsRemote::bandEdgeInAndOutOfLimits()
 void TestLimitsRemote::rippleAndMalformedData()
 {
     QByteArray ripplePass, rippleFail, shortGroup, longGroup, afterBad, unknown, unknownError;
-    QByteArray badNumber, sound;
+    QByteArray badNumber, sound, deleted;
     QVector<VNARippleMeas> ref(1);
     bool refPass = false, refFail = true;
     testfx::RunClients(
@@ -244,7 +244,10 @@ void TestLimitsRemote::rippleAndMalformedData()
              s.Send("LIM:SOUN:STAT ON");
              sound = s.Ask("LIM:SOUN:STAT?") + s.Ask("RLIM:STAT?") + s.Ask("RLIM:DISP:STAT?");
              s.Send("RLIM:DEL");
+             // A reply after the delete: the model read below holds its result by then.
+             deleted = s.c.Query("*OPC?");
          }});
+    QCOMPARE(deleted, QByteArray("1"));
     QVERIFY(refPass && !refFail);
     QCOMPARE(ripplePass, QByteArray("0"));
     QCOMPARE(rippleFail, QByteArray("1"));

@@ -95,9 +95,10 @@ void TestPortExtensionDialog::measuresFreshSweepsOfTheChannel()
         ch.MeasAvg.S11[i] = ch.MeasAvg.S22[i] = std::polar(1.0, -2.0 * M_PI * f[i] * 14e-9);
     }
     ch.sweepMode.SetMode(VNASweepMode::Hold);
+    // Read before the loop starts: it rebuilds the channel's corrections when it reconfigures.
+    const SParameters demo = ch.ApplyCorrections(DemoSweep(none, ch.stimulus));
     model.MeasStart();
 
-    const SParameters demo = ch.ApplyCorrections(DemoSweep(none, ch.stimulus));
     VNAAutoPortExtension reference;
     PortExtensionSettings expected = model.GetPortExtension(0);
 

@@ -86,6 +86,12 @@ private:
     SParameters Corrected(int channel, SParametersRaw* raw = nullptr);
     void Reconnect();
     QString CalLabel() const { return window->StatusBar()->CalibrationText(); }
+    // A channel's factory calibration, copied under the lock the loop swaps it in under.
+    VNACalibration ChannelFactoryCal(int channel) const
+    {
+        QMutexLocker lock(&window->Model().traceLock);
+        return window->Model().channels[channel]->factoryCalibration;
+    }
 
     VnaLib lib;
     std::unique_ptr<MainWindow> window;
@@ -150,13 +156,12 @@ void TestFactoryCalSim::shippedCalibrationIsTheModels()
     QByteArray contents;
     QString error;
     QVERIFY(dev.ReadFactoryCal(head, FactoryCal::kHeaderSize));
-    QVERIFY(FactoryCal::ParseHeader(QByteArray(reinterpret_cast<const char*>(head.data()),
-                                               int(head.size())),
-                                    header, error));
+    QVERIFY(FactoryCal::ParseHeader(
+        QByteArray(reinterpret_cast<const char*>(head.data()), int(head.size())), header, error));
     QVERIFY(dev.ReadFactoryCal(all, FactoryCal::kHeaderSize + int(header.payloadSize)));
-    QVERIFY(FactoryCal::ParseBlock(QByteArray(reinterpret_cast<const char*>(all.data()),
-                                              int(all.size())),
-                                   header, contents, error));
+    QVERIFY(FactoryCal::ParseBlock(
+        QByteArray(reinterpret_cast<const char*>(all.data()), int(all.size())), header, contents,
+        error));
     QCOMPARE(header.serial, kSerial);
     VNACalibration cal;
     QVERIFY2(FactoryCal::CalibrationFromText(contents, "f.vnacal", cal, error), qPrintable(error));
@@ -173,8 +178,7 @@ void TestFactoryCalSim::shippedCalibrationIsTheModels()
             for (int k = 0; k < VNACalibration::kTermCount; ++k)
             {
                 const std::complex<double> want(t[2 * k], t[2 * k + 1]);
-                const std::complex<double> got =
-                    hdr ? cal.ErrorTermHDR(k)[i] : cal.ErrorTerm(k)[i];
+                const std::complex<double> got = hdr ? cal.ErrorTermHDR(k)[i] : cal.ErrorTerm(k)[i];
                 worst = std::max(worst, std::abs(got - want) / std::max(std::abs(want), 1e-6));
             }
         }
@@ -196,10 +200,14 @@ void TestFactoryCalSim::connectionFillsFileAndChannels()
     QString error;
     QVERIFY2(FactoryCal::LoadFile(path, file, flashDate, error), qPrintable(error));
     QCOMPARE(flashDate, vnasim::kFactoryFlashDate);
-    for (const VNAChannel* c : window->Model().channels)
     {
-        QVERIFY(c->factoryCalibration.CorrectionsLoaded());
-        QCOMPARE(c->factoryCalibration.MeasuredStd(StdS21Thru), file.MeasuredStd(StdS21Thru));
+        // The loop swaps rebuilt corrections in under this lock.
+        QMutexLocker lock(&window->Model().traceLock);
+        for (const VNAChannel* c : window->Model().channels)
+        {
+            QVERIFY(c->factoryCalibration.CorrectionsLoaded());
+            QCOMPARE(c->factoryCalibration.MeasuredStd(StdS21Thru), file.MeasuredStd(StdS21Thru));
+        }
     }
     QTRY_COMPARE(CalLabel(), QStringLiteral("Cal:Factory"));
 
@@ -249,7 +257,7 @@ void TestFactoryCalSim::newerFlashReplacesTheFile()
     QVERIFY(FactoryCal::LoadFile(path, file, flashDate, error));
     QCOMPARE(file.CalibrationTemperature(), 47.5);
     QVERIFY(flashDate > vnasim::kFactoryFlashDate);
-    QCOMPARE(window->Model().channels[3]->factoryCalibration.CalibrationTemperature(), 47.5);
+    QCOMPARE(ChannelFactoryCal(3).CalibrationTemperature(), 47.5);
     QVERIFY(messages.isEmpty());
 
     // The service path: written from the window's own thread, taken back into file and channels.
@@ -257,7 +265,7 @@ void TestFactoryCalSim::newerFlashReplacesTheFile()
     QVERIFY2(window->WriteFactoryCal(cal, error), qPrintable(error));
     QVERIFY(FactoryCal::LoadFile(path, file, flashDate, error));
     QCOMPARE(file.CalibrationTemperature(), 48.25);
-    QCOMPARE(window->Model().channels[0]->factoryCalibration.CalibrationTemperature(), 48.25);
+    QCOMPARE(ChannelFactoryCal(0).CalibrationTemperature(), 48.25);
     const SParameters truth = SceneAt(window->Model().channels[0]->stimulus.GetFreqVector());
     QVERIFY(Worst(Corrected(0).S21, truth.S21) < kExact);
     QVERIFY(messages.isEmpty());
@@ -294,7 +302,7 @@ void TestFactoryCalSim::damagedOrMissingDataLeaveChannelsUncorrected()
     Reconnect();
     QTRY_COMPARE(messages.size(), 1);
     QCOMPARE(messages[0][1].toString(), QStringLiteral("Missing factory calibration."));
-    QVERIFY(!window->Model().channels[0]->factoryCalibration.CorrectionsLoaded());
+    QVERIFY(!ChannelFactoryCal(0).CorrectionsLoaded());
     QTRY_COMPARE(CalLabel(), QStringLiteral("Cal:None"));
 
     // The shipped calibration back: the file is made again and corrects.
@@ -378,9 +386,8 @@ void TestFactoryCalSim::characterizedStandardsJoinTheKit()
         std::complex<double> s11, s21, s12, s22;
         thru.IdealThru(f[i], s11, s21, s12, s22);
         const std::complex<double> want[] = {open.IdealOpen(f[i]), shortStd.IdealShort(f[i]), s21};
-        const std::complex<double> got[] = {kit.Standards[0].DataS11[i],
-                                            kit.Standards[1].DataS11[i],
-                                            kit.Standards[2].DataS21[i]};
+        const std::complex<double> got[] = {
+            kit.Standards[0].DataS11[i], kit.Standards[1].DataS11[i], kit.Standards[2].DataS21[i]};
         for (int k = 0; k < 3; ++k)
         {
             worst = std::max(worst, std::abs(got[k] - want[k]));
@@ -414,8 +421,8 @@ void TestFactoryCalSim::verificationPassesAndFailsPerParameter()
         v *= 1.05;
     }
     const QString altered = dir.filePath(QStringLiteral("altered.s2p"));
-    QVERIFY(StoreSNPFile(altered, testfx::Stimulus(freqs.first(), freqs.last(), freqs.size()),
-                         data, false, 0, error));
+    QVERIFY(StoreSNPFile(altered, testfx::Stimulus(freqs.first(), freqs.last(), freqs.size()), data,
+                         false, 0, error));
     QVERIFY(window->VerifyChannel(0, altered, 1e-4, report, error));
     QVERIFY(!report.Passed());
     QVERIFY(report.params[S11].pass && report.params[S12].pass && report.params[S22].pass);

@@ -1,0 +1,145 @@
+// MainWindow: the operator's electronic calibration. The module is reached through a session of
+// its own for the calibration's length, so every wait on its port stays off the GUI thread.
+#include <QMessageBox>
+#include <memory>
+
+#include "ecal_dialogs.h"
+#include "ecal_workflow.h"
+#include "mainwindow.h"
+#include "maury_ucal_session.h"
+
+namespace
+{
+// Connects the module and reads its factory data into kit; false with the message to show.
+bool ReadModule(MauryUCalSession& session, VNACalKit& kit, QString& title, QString& error)
+{
+    bool connected = false;
+    RunWhileServingEvents(
+        [&] { connected = session.Run<bool>([](MauryUCal& m) { return m.Connect(); }); });
+    if (!connected)
+    {
+        title = MainWindow::tr("Warning");
+        error = MainWindow::tr(
+            "Unable to connect Maury UCal Module.\nUnable to proceed with calibration.");
+        return false;
+    }
+    bool read = false;
+    RunWhileServingEvents(
+        [&]
+        {
+            read = session.Run<bool>(
+                [&kit](MauryUCal& m)
+                {
+                    const bool ok = m.ReadFactoryCalibration();
+                    if (ok)
+                    {
+                        kit = MauryExtractFactoryCalKit(m);
+                    }
+                    return ok;
+                });
+        });
+    if (!read)
+    {
+        title = MainWindow::tr("Error");
+        error = MainWindow::tr(
+            "Unable to read calibration data from uCal module.\nUnable to "
+            "proceed.");
+    }
+    return read;
+}
+}  // namespace
+
+void MainWindow::calStartNewECalibration()
+{
+    PerformECalibration();
+}
+
+void MainWindow::PerformECalibration()
+{
+    if (CalibrationInProgress())
+    {
+        ShowMessageBoxWarning(this, tr("Calibration"), tr("A calibration is already in progress."));
+        return;
+    }
+    const VNAChannel* channel = model.ActiveChannel();
+    if (!channel || !model.device.Connected())
+    {
+        ShowMessageBoxWarning(this, tr("Calibration"), tr("No device connected."));
+        return;
+    }
+    const QList<UCalPortInfo> modules = MauryUCal::FindDevices();
+    if (modules.isEmpty())
+    {
+        ShowMessageBoxWarning(
+            this, tr("Warning"),
+            tr("Cannot find Maury UCal Module.\nUnable to proceed with calibration."));
+        return;
+    }
+    MauryUCalSession session(modules.first());
+    VNACalKit factoryKit;
+    QString title, error;
+    bool read = false;
+    {
+        // Shown while the blocks come in; it asks nothing, so it is not modal.
+        std::unique_ptr<QMessageBox> note;
+        if (!Hidden::Get())
+        {
+            note.reset(new QMessageBox(QMessageBox::Information, tr("Notification"),
+                                       tr("Reading calibration data, please wait..."),
+                                       QMessageBox::NoButton, this));
+            note->setModal(false);
+            note->show();
+        }
+        read = ReadModule(session, factoryKit, title, error);
+    }
+    if (!read)
+    {
+        ShowMessageBoxWarning(this, title, error);
+        return;
+    }
+    ECalSetupDlg setup(this);
+    if (setup.exec() != QDialog::Accepted)
+    {
+        return;
+    }
+    VNACalKit kit = factoryKit;
+    if (setup.UseUserCharacterization() && !setup.GetCalKit(kit))
+    {
+        ShowMessageBoxWarning(
+            this, tr("Calibration Kit Incomplete"),
+            tr("Unable to load the calibration kit %1.").arg(setup.GetCalKitName()));
+        return;
+    }
+    const VNACalType type = setup.GetCalType();
+    const UCalPortMap map = ECalPortMap(setup.GetVNAPort(), setup.GetUCalPort());
+    VNACalibration cal;
+    cal.SetStimulus(channel->stimulus);
+    // A one-port record keeps its instrument port and module port; a two-port one the module
+    // port on instrument port 1, which says how the module's ports are crossed.
+    cal.SetCalType(type, type == SOL ? setup.GetVNAPort() : 0);
+    cal.SetUCalPort(type == SOL ? setup.GetUCalPort() : (map.IsCrossed() ? 1 : 0));
+    cal.SetCalKit(OrientUCalKit(kit, map));
+    if (!cal.GetCalKit().CanPerform(type))
+    {
+        ShowMessageBoxWarning(this, tr("Calibration Kit Incomplete"),
+                              tr("The calibration kit selected cannot perform this calibration.\n"
+                                 "Please ensure all measurement classes are assigned for the "
+                                 "specified calibration type."));
+        return;
+    }
+    const int index = channel->index;
+    const bool accepted =
+        RunCalibrationDialog(index,
+                             [&]() -> CalMeasureDlg*
+                             {
+                                 if (type == SOL)
+                                 {
+                                     return new SOLECalDlg(model.device, cal, session, this);
+                                 }
+                                 return new SOLTECalDlg(model.device, cal, session, this);
+                             });
+    if (accepted)
+    {
+        SaveCalibrationToChannel(cal, index);
+    }
+}
