@@ -74,8 +74,7 @@ void BuildState(VNAModel& m)
 
 void Save(VNAModel& m, const QString& path)
 {
-    QFile::remove(path);
-    ApplicationSettings s(path);
+    ApplicationSettings s(path, ApplicationSettings::Replace);
     state::SaveModel(s, m);
 }
 

@@ -12,7 +12,9 @@
 #include <QUrl>
 #include <atomic>
 #include <cstdio>
+#include <limits>
 
+#include "ini_byte_arrays.h"
 #include "signal_ops.h"
 
 namespace
@@ -58,6 +60,37 @@ bool ReadsBackWhole(const QString& path, const QMap<QString, QVariant>& expected
     return true;
 }
 
+// Byte arrays this long or longer are read and written by our own code; QSettings takes the
+// rest. Short ones are not worth the detour.
+constexpr int kLargeByteArray = 64;
+
+// The contents of an INI text as QSettings reads them.
+QMap<QString, QVariant> ParseIni(const QByteArray& text)
+{
+    QMap<QString, QVariant> values;
+    QByteArray rest;
+    QMap<QString, QByteArray> large;
+    ini::ExtractByteArrays(text, kLargeByteArray, rest, large);
+    const QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("rest.ini"));
+    QFile file(path);
+    if (!dir.isValid() || !file.open(QIODevice::WriteOnly) || file.write(rest) != rest.size())
+    {
+        return values;
+    }
+    file.close();
+    const QSettings reader(path, QSettings::IniFormat);
+    for (const QString& key : reader.allKeys())
+    {
+        values.insert(key, reader.value(key));
+    }
+    for (auto it = large.constBegin(); it != large.constEnd(); ++it)
+    {
+        values.insert(it.key(), *it);
+    }
+    return values;
+}
+
 bool FlushToDisk(const QString& path)
 {
     QFile file(path);
@@ -66,17 +99,24 @@ bool FlushToDisk(const QString& path)
 }  // namespace
 
 ApplicationSettings::ApplicationSettings(const QString& fileName, QObject* parent)
-    : QSettings(MemoryOnlyName(), QSettings::IniFormat, parent), target(fileName)
+    : ApplicationSettings(fileName, Merge, parent)
+{
+}
+
+ApplicationSettings::ApplicationSettings(const QString& fileName, Mode mode, QObject* parent)
+    : QSettings(MemoryOnlyName(), QSettings::IniFormat, parent), target(fileName), mode(mode)
 {
     // QSettings itself would write its file back whenever a key changed, with a writer that
     // takes a short write for success; it therefore holds the values under a name that cannot
     // be a file, and Commit() does the writing.
-    const QSettings file(target, QSettings::IniFormat);
-    for (const QString& key : file.allKeys())
+    if (mode == Replace)
     {
-        const QVariant v = file.value(key);
-        setValue(key, v);
-        written.insert(key, v);
+        return;
+    }
+    written = ReadValues(target);
+    for (auto it = written.constBegin(); it != written.constEnd(); ++it)
+    {
+        setValue(it.key(), *it);
     }
 }
 
@@ -176,6 +216,69 @@ bool ApplicationSettings::Commit()
     return !commitFailed;
 }
 
+ApplicationSettings::Values ApplicationSettings::ReadValues(const QString& path, bool* ok)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+    {
+        if (ok)
+        {
+            *ok = !file.exists();
+        }
+        return Values();
+    }
+    // Mapped rather than read: a state file runs to hundreds of megabytes.
+    const qint64 size = file.size();
+    uchar* mapped =
+        size > 0 && size < std::numeric_limits<int>::max() ? file.map(0, size) : nullptr;
+    const QByteArray text =
+        mapped ? QByteArray::fromRawData(reinterpret_cast<const char*>(mapped), int(size))
+               : file.readAll();
+    if (ok)
+    {
+        *ok = file.error() == QFile::NoError;
+    }
+    return ParseIni(text);
+}
+
+bool ApplicationSettings::WriteValues(const QString& path, const Values& values)
+{
+    // QSettings writes the small values; the large byte arrays go in afterwards, in QSettings'
+    // own text form, in place of the empty ones standing for them.
+    Values small = values;
+    QMap<QString, QByteArray> large;
+    for (auto it = values.constBegin(); it != values.constEnd(); ++it)
+    {
+        if (it->type() == QVariant::ByteArray && it->toByteArray().size() >= kLargeByteArray &&
+            ini::PlainKey(it.key()))
+        {
+            large.insert(it.key(), it->toByteArray());
+            small[it.key()] = QByteArray();
+        }
+    }
+    const QString work = ScratchName(path);
+    bool ok = true;
+    {
+        QSettings writer(work, QSettings::IniFormat);
+        for (auto it = small.constBegin(); it != small.constEnd(); ++it)
+        {
+            writer.setValue(it.key(), *it);
+        }
+        writer.sync();
+        ok = writer.status() == NoError;
+    }
+    // QSettings may take a short write for success: its file must read back whole.
+    ok = ok && ReadsBackWhole(work, small);
+    QFile text(work);
+    QFile out(path);
+    ok = ok && text.open(QIODevice::ReadOnly) &&
+         out.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
+         ini::InsertByteArrays(text.readAll(), large, out);
+    out.close();
+    QFile::remove(work);
+    return ok && FlushToDisk(path);
+}
+
 bool ApplicationSettings::WriteMerged(const Values& changed, const QStringList& removed)
 {
     // As QSettings would, make the folder first. Then one writer at a time per file, across
@@ -189,44 +292,24 @@ bool ApplicationSettings::WriteMerged(const Values& changed, const QStringList& 
     // The mode bits themselves: QFile's permission flags add the owner's write bit for root.
     struct stat original = {};
     const bool existed = ::stat(QFile::encodeName(target).constData(), &original) == 0;
-    const QString work = ScratchName(target);
-    const QString staged = ScratchName(target);
     bool ok = true;
-    if (existed)
+    // The file as it is now, unless this store replaces it whole: a read that came up short
+    // would lose keys.
+    Values merged = mode == Replace ? Values() : ReadValues(target, &ok);
+    for (const QString& key : removed)
     {
-        // The file as it is now: a copy that came up short would lose keys.
-        ok = QFile::copy(target, work) && QFileInfo(work).size() == QFileInfo(target).size() &&
-             QFile::setPermissions(work,
-                                   QFile::permissions(work) | QFile::ReadOwner | QFile::WriteOwner);
+        merged.remove(key);
     }
-    Values expected;
-    if (ok)
+    for (auto it = changed.constBegin(); it != changed.constEnd(); ++it)
     {
-        QSettings merged(work, QSettings::IniFormat);
-        for (const QString& key : removed)
-        {
-            merged.remove(key);
-        }
-        for (auto it = changed.constBegin(); it != changed.constEnd(); ++it)
-        {
-            merged.setValue(it.key(), *it);
-        }
-        merged.sync();
-        ok = merged.status() == NoError;
-        for (const QString& key : merged.allKeys())
-        {
-            expected.insert(key, merged.value(key));
-        }
+        merged.insert(it.key(), *it);
     }
-    // The working file was written by QSettings, which may take a short write for success: a
-    // copy of it is checked under a fresh name before it goes in place.
-    ok = ok && QFile::copy(work, staged) && FlushToDisk(staged) &&
-         ReadsBackWhole(staged, expected) &&
+    const QString staged = ScratchName(target);
+    ok = ok && WriteValues(staged, merged) &&
          (!existed ||
           ::chmod(QFile::encodeName(staged).constData(), original.st_mode & 07777) == 0) &&
          std::rename(QFile::encodeName(staged).constData(),
                      QFile::encodeName(target).constData()) == 0;
-    QFile::remove(work);
     if (!ok)
     {
         QFile::remove(staged);

@@ -20,6 +20,14 @@ public:
     // the same folder, which replaces the file only once it reads back whole: a failed or short
     // write (a full disk) leaves the old file untouched. The file keeps its permissions.
     explicit ApplicationSettings(const QString& fileName, QObject* parent = nullptr);
+    // Replace starts empty and writes the file whole, without reading what it held: for files
+    // that are always written anew, such as instrument states.
+    enum Mode
+    {
+        Merge,
+        Replace
+    };
+    ApplicationSettings(const QString& fileName, Mode mode, QObject* parent = nullptr);
     ApplicationSettings(Scope scope, const QString& organization, const QString& application,
                         QObject* parent = nullptr);
     ~ApplicationSettings() override;
@@ -73,10 +81,14 @@ private:
     Values Snapshot() const;
     bool Commit();
     bool WriteMerged(const Values& changed, const QStringList& removed);
+    // Every key of an INI file as QSettings reads it; `ok` false when the file could not be read.
+    static Values ReadValues(const QString& path, bool* ok = nullptr);
+    static bool WriteValues(const QString& path, const Values& values);
 
     QString target;  // the file the caller named; empty for settings found by scope
     Values written;  // what the file held, as far as this store knows: changes are measured here
     bool commitFailed = false;
+    Mode mode = Merge;
 };
 
 QString GetMyDocumentsPath();

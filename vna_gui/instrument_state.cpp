@@ -137,6 +137,26 @@ QStringList LoadPlotSlots(ApplicationSettings& s)
     return titles;
 }
 
+void SaveOutputGenerator(ApplicationSettings& s, const VNAModel& m)
+{
+    s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
+    s.Save(QStringLiteral("Port"), m.outputGenerator.port);
+    s.Save(QStringLiteral("Frequency"), m.outputGenerator.frequency);
+    s.Save(QStringLiteral("StepFrequency"), m.outputGenerator.stepFrequency);
+    s.Save(QStringLiteral("Atten"), m.outputGenerator.atten);
+    s.EndGroup();
+}
+
+void LoadOutputGenerator(ApplicationSettings& s, VNAModel& m)
+{
+    s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
+    s.Load(QStringLiteral("Port"), m.outputGenerator.port);
+    s.Load(QStringLiteral("Frequency"), m.outputGenerator.frequency);
+    s.Load(QStringLiteral("StepFrequency"), m.outputGenerator.stepFrequency);
+    s.Load(QStringLiteral("Atten"), m.outputGenerator.atten);
+    s.EndGroup();
+}
+
 void SaveTraces(ApplicationSettings& s, VNAModel& m)
 {
     QMutexLocker lock(&m.traceLock);
@@ -153,12 +173,7 @@ void SaveTraces(ApplicationSettings& s, VNAModel& m)
     }
     s.EndArray();
     m.mapper.SavePreset(s);
-    s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
-    s.Save(QStringLiteral("Port"), m.outputGenerator.port);
-    s.Save(QStringLiteral("Frequency"), m.outputGenerator.frequency);
-    s.Save(QStringLiteral("StepFrequency"), m.outputGenerator.stepFrequency);
-    s.Save(QStringLiteral("Atten"), m.outputGenerator.atten);
-    s.EndGroup();
+    SaveOutputGenerator(s, m);
     s.Save(QStringLiteral("FanManualOverrideEnabled"), m.fanOverrideEnabled);
     s.Save(QStringLiteral("FanManualOverrideType"), m.fanOverrideType);
     s.Save(QStringLiteral("FanManualOverrideSetPoint"), m.fanOverrideSetpoint);
@@ -199,12 +214,7 @@ void LoadTraces(ApplicationSettings& s, VNAModel& m)
             }
         }
     }
-    s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
-    s.Load(QStringLiteral("Port"), m.outputGenerator.port);
-    s.Load(QStringLiteral("Frequency"), m.outputGenerator.frequency);
-    s.Load(QStringLiteral("StepFrequency"), m.outputGenerator.stepFrequency);
-    s.Load(QStringLiteral("Atten"), m.outputGenerator.atten);
-    s.EndGroup();
+    LoadOutputGenerator(s, m);
     s.Load(QStringLiteral("FanManualOverrideEnabled"), m.fanOverrideEnabled);
     s.Load(QStringLiteral("FanManualOverrideType"), m.fanOverrideType);
     s.Load(QStringLiteral("FanManualOverrideSetPoint"), m.fanOverrideSetpoint);

@@ -38,6 +38,10 @@ QStringList LoadPlotSlots(ApplicationSettings& s);
 void SaveTraces(ApplicationSettings& s, VNAModel& model);
 void LoadTraces(ApplicationSettings& s, VNAModel& model);
 
+// The output generator's group; the dialog clamps what it reads when it shows it.
+void SaveOutputGenerator(ApplicationSettings& s, const VNAModel& model);
+void LoadOutputGenerator(ApplicationSettings& s, VNAModel& model);
+
 // Everything but the plots, for callers without a window: LoadModel returns false (the model
 // untouched) on an unsupported version.
 void SaveModel(ApplicationSettings& s, VNAModel& model);

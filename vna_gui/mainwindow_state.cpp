@@ -13,6 +13,7 @@
 #include "mainwindow.h"
 #include "mainwindow_scpi.h"
 #include "multi_plot_splitter_area.h"
+#include "output_generator_controls.h"
 #include "status_bar.h"
 #include "vna_plot.h"
 
@@ -73,8 +74,9 @@ bool MainWindow::SaveInstrumentState(const QString& path)
     RunStateFileWork(tr("Save Instrument State"),
                      [&]
                      {
-                         ApplicationSettings s(path);
-                         s.Clear();  // nothing of an older file survives
+                         // Nothing of an older file survives: it is neither read nor merged.
+                         ApplicationSettings s(path, ApplicationSettings::Replace);
+                         s.Clear();
                          state::SaveHeader(s, model);
                          state::SaveChannels(s, model);
                          state::SavePlotSlots(s, titles);
@@ -128,6 +130,10 @@ bool MainWindow::LoadInstrumentState(const QString& path)
     }
     plotArea->LoadLayout(s);
     state::LoadTraces(s, model);
+    if (generatorDialog)
+    {
+        generatorDialog->SettingsRecalled();
+    }
     UpdateAll();
     MeasStart();
     statusBarWidget->SetMessage(tr("Loaded Preset: ") + QFileInfo(path).fileName());

@@ -10,12 +10,16 @@
 #include <algorithm>
 #include <cmath>
 
-#include "application_settings.h"
 #include "control_panels.h"
 #include "mainwindow.h"
 
 OutputGeneratorControlsDialog::OutputGeneratorControlsDialog(MainWindow* window)
-    : KXDialog(tr("Output Generator Controls"), window), w(window)
+    : KXDialog(tr("Output Generator Controls"), window),
+      w(window),
+      port(window->Model().outputGenerator.port),
+      frequency(window->Model().outputGenerator.frequency),
+      stepFrequency(window->Model().outputGenerator.stepFrequency),
+      atten(window->Model().outputGenerator.atten)
 {
     portBox = new KXComboBox(this);
     portBox->setObjectName(QStringLiteral("port"));
@@ -165,26 +169,4 @@ void OutputGeneratorControlsDialog::UpdateControls()
     note->setText(w->OutputGeneratorActive()
                       ? tr("The output is on: sweeps are paused until it is turned off.")
                       : QString());
-}
-
-void OutputGeneratorControlsDialog::Save(ApplicationSettings& s) const
-{
-    s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
-    s.Save(QStringLiteral("Port"), port);
-    s.Save(QStringLiteral("Frequency"), frequency);
-    s.Save(QStringLiteral("StepFrequency"), stepFrequency);
-    s.Save(QStringLiteral("Atten"), atten);
-    s.EndGroup();
-}
-
-void OutputGeneratorControlsDialog::Load(ApplicationSettings& s)
-{
-    s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
-    s.Load(QStringLiteral("Port"), port);
-    s.Load(QStringLiteral("Frequency"), frequency);
-    s.Load(QStringLiteral("StepFrequency"), stepFrequency);
-    s.Load(QStringLiteral("Atten"), atten);
-    s.EndGroup();
-    // A running output takes the recalled settings at once.
-    Apply();
 }

@@ -1,12 +1,11 @@
 // The output generator: a continuous-wave signal from one port at a set frequency and
 // attenuation, for checking cables and power meters. While the output is on the sweeps stop;
-// turning it off, or closing the dialog, gives the instrument back to them. The dialog keeps the
-// generator's settings, which instrument state files save under "OutputGeneratorControls".
+// turning it off, or closing the dialog, gives the instrument back to them. The settings are
+// the model's, which instrument state files save under "OutputGeneratorControls".
 #pragma once
 
 #include "kx_widgets.h"
 
-class ApplicationSettings;
 class MainWindow;
 class QCheckBox;
 class QLabel;
@@ -18,8 +17,8 @@ public:
     explicit OutputGeneratorControlsDialog(MainWindow* window);
 
     void UpdateControls();
-    void Save(ApplicationSettings& settings) const;
-    void Load(ApplicationSettings& settings);
+    // Sends recalled settings to a running output and shows them.
+    void SettingsRecalled() { Apply(); }
 
     int Port() const { return port; }
     double FrequencyHz() const { return frequency; }
@@ -52,8 +51,9 @@ private:
     QCheckBox* output;
     QLabel* note;
 
-    int port = 0;
-    double frequency = 1e9;
-    double stepFrequency = 10e6;
-    int atten = 0;
+    // The settings live in the model, so instrument state files keep them without the dialog.
+    int& port;
+    double& frequency;
+    double& stepFrequency;
+    int& atten;
 };

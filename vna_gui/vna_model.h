@@ -224,8 +224,8 @@ public:
     {
         int port = 0;
         double frequency = 1e9;
-        double stepFrequency = 1e6;
-        double atten = 0.0;
+        double stepFrequency = 10e6;
+        int atten = 0;
     } outputGenerator;
 
     bool fanOverrideEnabled = false;

@@ -14,6 +14,7 @@
 
 #include "about_dialog.h"
 #include "application_settings.h"
+#include "instrument_state.h"
 #include "control_panels.h"
 #include "error_log.h"
 #include "fake_http_server.h"
@@ -236,12 +237,13 @@ void TestToolsUi::outputGeneratorHoldsTheInstrument()
     QTemporaryDir dir;
     {
         ApplicationSettings s(dir.filePath(QStringLiteral("state.ini")));
-        gen->Save(s);
+        state::SaveOutputGenerator(s, window->Model());
         s.BeginGroup(QStringLiteral("OutputGeneratorControls"));
         QCOMPARE(s.Load(QStringLiteral("Frequency")).toDouble(), 2.4e9);
         s.Save(QStringLiteral("Atten"), 45);
         s.EndGroup();
-        gen->Load(s);
+        state::LoadOutputGenerator(s, window->Model());
+        gen->SettingsRecalled();
         QCOMPARE(gen->Atten(), 30);
         QCOMPARE(gen->StepFrequency(), 100e6);
         QVERIFY(LastCallIs("vnaSetGenerator", {1, 2.4e9, 30}));
