@@ -463,10 +463,14 @@ Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
     </message>
 </context>
 <context>
-    <name>ChannelWidget</name>
+    <name>KXPlotFrame</name>
     <message>
         <source>Plot %1</source>
         <translation>Diagramm %1</translation>
+    </message>
+    <message>
+        <source>Plot %1: %2</source>
+        <translation>Diagramm %1: %2</translation>
     </message>
     <message>
         <source>Close Plot</source>
@@ -1020,6 +1024,17 @@ Kalibrierung kann nicht fortgesetzt werden.</translation>
 </context>
 <context>
     <name>MainWindow</name>
+    <message>
+        <source>Close Plot</source>
+        <translation>Diagramm schließen</translation>
+    </message>
+    <message numerus="yes">
+        <source>Closing the plot deletes the %n trace(s) on it. Close the plot?</source>
+        <translation>
+            <numerusform>Beim Schließen des Diagramms wird %n Messkurve darin gelöscht. Diagramm schließen?</numerusform>
+            <numerusform>Beim Schließen des Diagramms werden %n Messkurven darin gelöscht. Diagramm schließen?</numerusform>
+        </translation>
+    </message>
     <message>
         <source>Kestrix Vector Network Analysis Software</source>
         <translation>Kestrix Software für vektorielle Netzwerkanalyse</translation>

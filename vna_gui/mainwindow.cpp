@@ -61,6 +61,7 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
     ConnectModelSignals();
     setThemeIcons();
     resize(1400, 860);
+    RestoreState();
 
     remoteDialog = new SCPIRemoteDialog(this);
     scpiOpcTimer = new QTimer(this);
@@ -148,7 +149,7 @@ void MainWindow::BuildPanels()
     panelStack->hide();
 
     plotArea = new ChannelWidget(this);
-    connect(plotArea, &ChannelWidget::plotClosing, this, &MainWindow::plotClosing);
+    connect(plotArea, &ChannelWidget::plotClosing, this, &MainWindow::plotCloseRequested);
     auto* central = new QWidget(this);
     central->setObjectName(QStringLiteral("CentralWidget"));
     centralRow = new QHBoxLayout(central);
@@ -705,6 +706,9 @@ void MainWindow::closeEvent(QCloseEvent* event)
     MeasStop();
     SCPIShutdown();
     DisconnectDevice();
-    // Window state is saved here once instrument state files exist.
+    if (Preferences::SaveOnClose())
+    {
+        SaveState();
+    }
     event->accept();
 }

@@ -71,6 +71,14 @@ public:
     QAbstractButton* PanelButton(int index) const;
     QWidget* Panel(int index) const { return panels.value(index, nullptr); }
     VNAPlot* Plot(int number) const { return plots.value(number, nullptr); }
+    ChannelWidget* PlotArea() const { return plotArea; }
+
+    // --- window placement -------------------------------------------------------------------
+    // Toolbars, geometry and the screens they were on, into the preferences file.
+    void SaveState();
+    // Puts the window back where SaveState left it, or on the primary screen when the screens
+    // have changed since.
+    void RestoreState();
 
     // --- device -----------------------------------------------------------------------------
     bool ConnectDevice();
@@ -210,7 +218,10 @@ public slots:
     void deleteChannel(int channel);
     void deleteChannel(QAction* action);
     void channelSelected(int channel);
+    // Removes the plot with its traces; remote commands come here directly and never ask.
     void plotClosing(int plot);
+    // The operator's close button: asks first when the plot holds traces.
+    void plotCloseRequested(int plot);
     void addPlotPressed();
     void presetButtonClicked();
     void quickSetupS11();

@@ -148,6 +148,26 @@ void MainWindow::plotClosing(int plot)
     updatePlots();
 }
 
+void MainWindow::plotCloseRequested(int plot)
+{
+    int traces = 0;
+    {
+        QMutexLocker lock(&model.traceLock);
+        for (const VNATrace* t : model.traces)
+        {
+            traces += t && t->plot == plot ? 1 : 0;
+        }
+    }
+    if (traces > 0 &&
+        !ShowMessageBoxQuestion(
+            this, tr("Close Plot"),
+            tr("Closing the plot deletes the %n trace(s) on it. Close the plot?", nullptr, traces)))
+    {
+        return;
+    }
+    plotClosing(plot);
+}
+
 void MainWindow::ResetToDefaultTrace()
 {
     model.activeChannelIndex = 0;

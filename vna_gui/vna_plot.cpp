@@ -234,6 +234,7 @@ void VNAPlot::SetPlotNumber(int number)
 void VNAPlot::SetTitle(const QString& t)
 {
     title = t;
+    setWindowTitle(t);  // the plot area's title bar follows it
     update();
 }
 
@@ -1063,8 +1064,7 @@ void VNAPlot::queryAndSetTitle()
 
 void VNAPlot::clearTitle()
 {
-    title.clear();
-    update();
+    SetTitle(QString());
 }
 
 void VNAPlot::traceAutoScaleSelected()
