@@ -1,8 +1,8 @@
 // Reading and parsing the uCal module's factory characterisation from the emulator, which paces
 // its output to 115200 baud (ten bits a byte). The counter "vs_transfer" is the time taken over
 // the time the module's bytes take on the line; the target is at most 1.10 at the emulator's
-// own size (201 points). Each block's line is followed by the module's 20 ms pause, which weighs
-// more on a small characterisation.
+// own size (201 points) and below. The emulator sends a block's data as soon as the reader has
+// taken its line, so what is left above 1 is the reader's own work and the scheduler's wake-ups.
 #include <benchmark/benchmark.h>
 #include <QCoreApplication>
 #include <QElapsedTimer>

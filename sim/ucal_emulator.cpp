@@ -102,7 +102,7 @@ struct Options
     double start = 10e6;
     double stop = 40e9;
     int baud = 115200;  // 0: no pacing
-    int headerPauseMs = 20;
+    int headerPauseMs = 0;
     int scenePort = 0;  // 0: no scene
     bool crossed = false;
     std::string dataDir;
@@ -661,10 +661,16 @@ void Emulator::SendBlock(const std::string& header, const std::string& data)
 
 void Emulator::WaitForReader()
 {
-    // The module takes a moment to start a block, time enough for the kernel to pass the line
-    // on to the terminal's input queue even on a busy machine; then wait (at most a second)
-    // until the reader has taken it from there.
-    std::this_thread::sleep_for(std::chrono::milliseconds(o.headerPauseMs));
+    // A write to the master reaches the terminal's input queue through a kernel work item, so
+    // an empty queue right after it may only mean the line is not there yet. Polling the slave
+    // waits for that work item; from then on an empty queue means the reader has taken the line.
+    // An optional pause stands in for a module slow to start its block.
+    if (o.headerPauseMs > 0)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(o.headerPauseMs));
+    }
+    pollfd fd = {slave, POLLIN, 0};
+    poll(&fd, 1, 0);
     const auto limit = Clock::now() + std::chrono::seconds(1);
     int pending = 0;
     while (ioctl(slave, FIONREAD, &pending) == 0 && pending > 0 && Clock::now() < limit)

@@ -561,6 +561,20 @@ bool CalMeasureDlg::MeasureThru(int role, const CalKitStandardInfo& standard, bo
     return ok;
 }
 
+bool CalMeasureDlg::MeasureRole(int role, bool thru, QLabel* label,
+                                const std::function<bool(const SParametersRaw&)>& store)
+{
+    if (!BeginStep())
+    {
+        return false;
+    }
+    SParametersRaw raw;
+    const bool ok = MeasureStandard(label, thru, raw) && store(raw);
+    SetDone(role, ok || done[role], label, ok);
+    EndStep();
+    return ok;
+}
+
 bool CalMeasureDlg::MeasureIsolation(QLabel* label)
 {
     if (!BeginStep())

@@ -123,6 +123,10 @@ protected:
     // One measurement for a reflect kind of both ports at once, each port's standard (ids[port])
     // checked against the role and merged into it; labels[port] shows each port's status.
     bool MeasureReflectBoth(CalOnePortRole kind, const int ids[2], QLabel* const labels[2]);
+    // A role whose result the dialog keeps itself: one measurement of what is connected, handed
+    // to store; the role is done once store takes it.
+    bool MeasureRole(int role, bool thru, QLabel* label,
+                     const std::function<bool(const SParametersRaw&)>& store);
 
     // Runs on the measuring thread, with the device taken, right before a standard is swept: a
     // switch to the standard goes here. False cancels the measurement.

@@ -1,5 +1,6 @@
 #include "control_panels.h"
 
+#include <QAction>
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QCoreApplication>
@@ -23,16 +24,31 @@ void SetChecked(QAbstractButton* b, bool checked)
     b->setChecked(checked);
 }
 
-void SetAvailable(QWidget* w, bool available, const QString& reason)
+namespace
+{
+// Widgets and menu actions alike: both have a tooltip and an enabled state.
+template <typename Control>
+void SetControlAvailable(Control* c, bool available, const QString& reason)
 {
     // The control's own tooltip, kept the first time it is made unavailable.
     static const char kOwnTip[] = "vnaOwnToolTip";
-    if (!w->property(kOwnTip).isValid())
+    if (!c->property(kOwnTip).isValid())
     {
-        w->setProperty(kOwnTip, w->toolTip());
+        c->setProperty(kOwnTip, c->toolTip());
     }
-    w->setEnabled(available);
-    w->setToolTip(available ? w->property(kOwnTip).toString() : reason);
+    c->setEnabled(available);
+    c->setToolTip(available ? c->property(kOwnTip).toString() : reason);
+}
+}  // namespace
+
+void SetAvailable(QWidget* w, bool available, const QString& reason)
+{
+    SetControlAvailable(w, available, reason);
+}
+
+void SetAvailable(QAction* a, bool available, const QString& reason)
+{
+    SetControlAvailable(a, available, reason);
 }
 
 QString NoTraceReason()
@@ -202,8 +218,9 @@ StimulusControlPanel::StimulusControlPanel(MainWindow* window) : PanelBase(windo
     sweepType->AddItem(VNASweepTypeToString(SweepLinear), int(SweepLinear));
     sweepType->AddItem(VNASweepTypeToString(SweepSegment), int(SweepSegment));
     editSegments = new KXPushButton(tr("Edit Segments"), this);
-    editSegments->setToolTip(tr("Edits the segment table of a Segment sweep; choose the sweep "
-                                "type Segment to define one."));
+    editSegments->setToolTip(
+        tr("Edits the segment table of a Segment sweep; choose the sweep "
+           "type Segment to define one."));
     start = new KXLineEdit(KXLineEdit::FreqValue, this);
     stop = new KXLineEdit(KXLineEdit::FreqValue, this);
     step = new KXLineEdit(KXLineEdit::FreqValue, this);

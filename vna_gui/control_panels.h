@@ -11,6 +11,7 @@ class KXComboBox;
 class KXLineEdit;
 class KXPushButton;
 class QAbstractButton;
+class QAction;
 class QCheckBox;
 class QFormLayout;
 class QLabel;
@@ -22,6 +23,7 @@ void SetChecked(QAbstractButton* b, bool checked);
 // Enables a control, or disables it with the reason as its tooltip, so that the operator learns
 // why it cannot be used; an enabled control gets its own tooltip back.
 void SetAvailable(QWidget* w, bool available, const QString& reason);
+void SetAvailable(QAction* a, bool available, const QString& reason);
 // The reason shown on the trace panels while no trace is selected.
 QString NoTraceReason();
 

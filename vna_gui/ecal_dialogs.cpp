@@ -351,3 +351,65 @@ bool SOLTECalDlg::MeasureThru()
         CalClassThru,
         [&] { return CalMeasureDlg::MeasureThru(RoleThru, thrus.first(), false, labels[3]); });
 }
+
+// ---------------------------------------------------------------------------------------------
+// UCalUserCharDlg
+
+UCalUserCharDlg::UCalUserCharDlg(VNADevice& dev, VNACalibration& record,
+                                 const VNACalibration& mechanicalCal, MauryUCalSession& session,
+                                 const UCalIdentity& id, UCalUserCharacterization& out,
+                                 QWidget* parent)
+    : ECalMeasureDlg(dev, record, session, tr("uCal User Characterization - Measure States"),
+                     UCalUserCharacterization::kStateCount, parent),
+      mechanical(mechanicalCal),
+      identity(id),
+      result(out)
+{
+    // Swept as the channel sweeps, so the channel's corrections fit every sweep.
+    SetDeviceSetup(true, true, mechanical.GetCalType() != SOLR);
+    BuildRows({tr("Short"), tr("Open"), tr("Load"), tr("Thru")});
+    uCalPort = new KXComboBox(this);
+    uCalPort->setObjectName(QStringLiteral("uCalPort"));
+    uCalPort->AddItem(tr("Port A"), 0);
+    uCalPort->AddItem(tr("Port B"), 1);
+    auto* form = new QFormLayout;
+    form->addRow(tr("uCal Port on VNA Port 1"), uCalPort);
+    if (auto* column = qobject_cast<QVBoxLayout*>(layout()))
+    {
+        column->insertLayout(1, form);
+    }
+    StartBackground();
+}
+
+bool UCalUserCharDlg::Measure()
+{
+    // The port map is fixed by the first measurement: the states measured belong to it.
+    if (uCalPort->isEnabled())
+    {
+        result.Begin(identity, stimulus.GetFreqVector(),
+                     ECalPortMap(0, uCalPort->GetCurrentData().toInt()));
+        uCalPort->setEnabled(false);
+    }
+    const CalClass classes[UCalUserCharacterization::kStateCount] = {CalClassShort, CalClassOpen,
+                                                                     CalClassLoad, CalClassThru};
+    for (int state = 0; state < UCalUserCharacterization::kStateCount; ++state)
+    {
+        QString error;
+        const auto store = [&](const SParametersRaw& raw)
+        { return result.AddSweep(state, raw, mechanical, error); };
+        if (!Switched(classes[state],
+                      [&] { return MeasureRole(state, false, labels[state], store); }))
+        {
+            if (!error.isEmpty())
+            {
+                WarnError(error);
+            }
+            return false;
+        }
+    }
+    double celsius = 0.0;
+    RunWhileServingEvents(
+        [&] { celsius = module.Run<double>([](MauryUCal& m) { return m.GetTemp(); }); });
+    result.SetTemperature(celsius);
+    return true;
+}

@@ -104,3 +104,23 @@ public:
 private:
     UCalPortMap map;
 };
+
+// The module's user characterisation: each switch state measured through the instrument and
+// corrected by the channel's mechanical two-port calibration. The record gives the sweep (the
+// channel's) and the kit shown; the result is filled as the states are measured.
+class UCalUserCharDlg : public ECalMeasureDlg
+{
+    Q_OBJECT
+public:
+    UCalUserCharDlg(VNADevice& device, VNACalibration& record, const VNACalibration& mechanical,
+                    MauryUCalSession& module, const UCalIdentity& identity,
+                    UCalUserCharacterization& result, QWidget* parent = nullptr);
+    // Starts over with the chosen port map, then every state in turn.
+    bool Measure() override;
+
+private:
+    const VNACalibration& mechanical;
+    const UCalIdentity identity;
+    UCalUserCharacterization& result;
+    KXComboBox* uCalPort = nullptr;
+};

@@ -524,6 +524,11 @@ public slots:
     // factory data, the setup with its port map, the standards switched in turn, the file, and
     // the record into the channel.
     void calStartNewECalibration();
+    // The module's user characterisation against the active channel's mechanical two-port
+    // calibration, kept as a kit of the kit list that the electronic setup offers as "User".
+    void showUCalUserCharacterization();
+    // The uCal menu's entries, available as the active channel allows.
+    void aboutToShowUCalMenu();
 
     // --- equations (mainwindow_equations.cpp) ----------------------------------------------------
     // The equation of a trace by index; the form without one acts on the active trace, as the
@@ -631,6 +636,9 @@ private:
     void InitCalibrationMenu(QMenu* menu);
     void PerformCalibration();
     void PerformECalibration();
+    // Whether an operator's calibration can start on the active channel: none in progress and an
+    // instrument connected. Warns when not.
+    bool CanStartCalibration();
     // Runs the measuring dialog that make builds, with the instrument held, for a channel; true
     // when accepted.
     bool RunCalibrationDialog(int channel, const std::function<CalMeasureDlg*()>& make);
@@ -721,6 +729,7 @@ private:
     SettingsPanel* settingsPanel = nullptr;
     ErrorLogDialog* errorLogDialog = nullptr;
     MauryUCalControlsDlg* uCalControls = nullptr;
+    QAction* uCalCharacterizeAction = nullptr;
     VNAStatusBar* statusBarWidget = nullptr;
     QMenu* connectMenu = nullptr;
     QAction* disconnectAction = nullptr;

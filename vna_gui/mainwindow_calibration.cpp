@@ -86,19 +86,28 @@ void MainWindow::calStartNewCalibration()
     PerformCalibration();
 }
 
-void MainWindow::PerformCalibration()
+bool MainWindow::CanStartCalibration()
 {
     if (CalibrationInProgress())
     {
         ShowMessageBoxWarning(this, tr("Calibration"), tr("A calibration is already in progress."));
+        return false;
+    }
+    if (!model.ActiveChannel() || !model.device.Connected())
+    {
+        ShowMessageBoxWarning(this, tr("Calibration"), tr("No device connected."));
+        return false;
+    }
+    return true;
+}
+
+void MainWindow::PerformCalibration()
+{
+    if (!CanStartCalibration())
+    {
         return;
     }
     const VNAChannel* channel = model.ActiveChannel();
-    if (!channel || !model.device.Connected())
-    {
-        ShowMessageBoxWarning(this, tr("Calibration"), tr("No device connected."));
-        return;
-    }
     CalSetupDlg setup(this);
     if (setup.exec() != QDialog::Accepted)
     {

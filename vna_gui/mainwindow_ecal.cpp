@@ -1,26 +1,65 @@
-// MainWindow: the operator's electronic calibration. The module is reached through a session of
-// its own for the calibration's length, so every wait on its port stays off the GUI thread.
+// MainWindow: the operator's electronic calibration and the module's user characterisation. The
+// module is reached through a session of its own for the procedure's length, so every wait on its
+// port stays off the GUI thread.
 #include <QMessageBox>
+#include <QMutexLocker>
 #include <memory>
 
+#include "control_panels.h"
 #include "ecal_dialogs.h"
 #include "ecal_workflow.h"
 #include "mainwindow.h"
 #include "maury_ucal_session.h"
+#include "vna_calkit_list.h"
 
 namespace
 {
-// Connects the module and reads its factory data into kit; false with the message to show.
-bool ReadModule(MauryUCalSession& session, VNACalKit& kit, QString& title, QString& error)
+// The first module found; false, with the warning shown, when there is none.
+bool FindModule(QWidget* parent, UCalPortInfo& port)
+{
+    const QList<UCalPortInfo> modules = MauryUCal::FindDevices();
+    if (modules.isEmpty())
+    {
+        ShowMessageBoxWarning(
+            parent, MainWindow::tr("Warning"),
+            MainWindow::tr("Cannot find Maury UCal Module.\nUnable to proceed with calibration."));
+        return false;
+    }
+    port = modules.first();
+    return true;
+}
+
+// Connects the module and takes its identity; false with the message to show.
+bool ConnectModule(MauryUCalSession& session, UCalIdentity& identity, QString& title,
+                   QString& error)
 {
     bool connected = false;
     RunWhileServingEvents(
-        [&] { connected = session.Run<bool>([](MauryUCal& m) { return m.Connect(); }); });
+        [&]
+        {
+            connected = session.Run<bool>(
+                [&identity](MauryUCal& m)
+                {
+                    const bool ok = m.Connect();
+                    identity = m.Identity();
+                    return ok;
+                });
+        });
     if (!connected)
     {
         title = MainWindow::tr("Warning");
         error = MainWindow::tr(
             "Unable to connect Maury UCal Module.\nUnable to proceed with calibration.");
+    }
+    return connected;
+}
+
+// Connects the module and reads its factory data into kit; false with the message to show.
+bool ReadModule(MauryUCalSession& session, VNACalKit& kit, QString& title, QString& error)
+{
+    UCalIdentity identity;
+    if (!ConnectModule(session, identity, title, error))
+    {
         return false;
     }
     bool read = false;
@@ -56,26 +95,17 @@ void MainWindow::calStartNewECalibration()
 
 void MainWindow::PerformECalibration()
 {
-    if (CalibrationInProgress())
+    if (!CanStartCalibration())
     {
-        ShowMessageBoxWarning(this, tr("Calibration"), tr("A calibration is already in progress."));
         return;
     }
     const VNAChannel* channel = model.ActiveChannel();
-    if (!channel || !model.device.Connected())
+    UCalPortInfo port;
+    if (!FindModule(this, port))
     {
-        ShowMessageBoxWarning(this, tr("Calibration"), tr("No device connected."));
         return;
     }
-    const QList<UCalPortInfo> modules = MauryUCal::FindDevices();
-    if (modules.isEmpty())
-    {
-        ShowMessageBoxWarning(
-            this, tr("Warning"),
-            tr("Cannot find Maury UCal Module.\nUnable to proceed with calibration."));
-        return;
-    }
-    MauryUCalSession session(modules.first());
+    MauryUCalSession session(port);
     VNACalKit factoryKit;
     QString title, error;
     bool read = false;
@@ -141,5 +171,78 @@ void MainWindow::PerformECalibration()
     if (accepted)
     {
         SaveCalibrationToChannel(cal, index);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// User characterisation
+
+void MainWindow::aboutToShowUCalMenu()
+{
+    QString reason;
+    const VNAChannel* c = model.ActiveChannel();
+    bool available = !CalibrationInProgress() && c && model.device.Connected();
+    if (!available)
+    {
+        reason = tr("Needs a connected instrument and no calibration in progress.");
+    }
+    else
+    {
+        QMutexLocker lock(&model.traceLock);
+        available = CanCharacterizeWith(c->calibration, reason);
+    }
+    SetAvailable(uCalCharacterizeAction, available, reason);
+}
+
+void MainWindow::showUCalUserCharacterization()
+{
+    if (!CanStartCalibration())
+    {
+        return;
+    }
+    const VNAChannel* channel = model.ActiveChannel();
+    VNACalibration mechanical;
+    {
+        QMutexLocker lock(&model.traceLock);
+        mechanical = channel->calibration;
+    }
+    QString title = tr("User Characterization"), error;
+    if (!CanCharacterizeWith(mechanical, error))
+    {
+        ShowMessageBoxWarning(this, title, error);
+        return;
+    }
+    UCalPortInfo port;
+    if (!FindModule(this, port))
+    {
+        return;
+    }
+    MauryUCalSession session(port);
+    UCalIdentity identity;
+    if (!ConnectModule(session, identity, title, error))
+    {
+        ShowMessageBoxWarning(this, title, error);
+        return;
+    }
+    // The measuring dialog sweeps the channel's stimulus, with the calibration's kit on show.
+    VNACalibration record;
+    record.SetStimulus(channel->stimulus);
+    record.SetCalKit(mechanical.GetCalKit());
+    UCalUserCharacterization result;
+    const bool accepted =
+        RunCalibrationDialog(channel->index,
+                             [&]() -> CalMeasureDlg* {
+                                 return new UCalUserCharDlg(model.device, record, mechanical,
+                                                            session, identity, result, this);
+                             });
+    if (!accepted || !result.IsComplete())
+    {
+        return;
+    }
+    // The module's earlier user characterisation, if any, is replaced.
+    const VNACalKit kit = result.BuildKit();
+    if (!SaveUserCalKit(kit, kit.CalKitName, error))
+    {
+        ShowMessageBoxWarning(this, tr("User Characterization"), error);
     }
 }

@@ -162,10 +162,10 @@ void MainWindow::InitMenuBar()
     QMenu* uCal = utilities->addMenu(tr("Maury Microwave uCal"));
     connect(uCal->addAction(tr("Direct Controls")), &QAction::triggered, this,
             &MainWindow::showUCalControls);
-    // The characterization procedure arrives with the electronic calibration workflow.
-    QAction* characterize = uCal->addAction(tr("User Characterization"));
-    characterize->setEnabled(false);
-    characterize->setToolTip(tr("Not available in this version of the program."));
+    uCalCharacterizeAction = uCal->addAction(tr("User Characterization"));
+    connect(uCalCharacterizeAction, &QAction::triggered, this,
+            &MainWindow::showUCalUserCharacterization);
+    connect(uCal, &QMenu::aboutToShow, this, &MainWindow::aboutToShowUCalMenu);
     uCal->setToolTipsVisible(true);
     connect(utilities->addAction(tr("Output Generator Controls")), &QAction::triggered, this,
             &MainWindow::showOutputGeneratorControls);

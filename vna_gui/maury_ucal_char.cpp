@@ -46,6 +46,12 @@ bool CanCharacterizeWith(const VNACalibration& cal, QString& error)
         error = Tr("The module is characterized through a two-port calibration.");
         return false;
     }
+    // Measured with the module itself, the characterisation would only repeat the data it used.
+    if (cal.IsECal())
+    {
+        error = Tr("The module is characterized through a mechanical calibration.");
+        return false;
+    }
     if (!cal.CorrectionsReady())
     {
         error = Tr("The calibration has not been applied to the sweep.");

@@ -23,8 +23,8 @@ struct UCalPortMap
 // A two-port measured in instrument port order, in the module's port order.
 SParameters ToModulePorts(const SParameters& vnaOrder, const UCalPortMap& map);
 
-// Whether the calibration can correct the characterisation's sweeps: a two-port calibration,
-// solved. False with the reason.
+// Whether the calibration can correct the characterisation's sweeps: a mechanical two-port
+// calibration, solved. False with the reason.
 bool CanCharacterizeWith(const VNACalibration& cal, QString& error);
 
 class UCalUserCharacterization

@@ -1,5 +1,7 @@
 #include "sim_fixtures.h"
 
+#include <QMutexLocker>
+#include <QTest>
 #include <cmath>
 
 #include "test_fixtures.h"
@@ -116,6 +118,29 @@ CplxVector OnePortThroughDut(const SParameters& s, const QVector<double>& f, int
                            : s.S22[i] + product * match / (1.0 - s.S11[i] * match);
     }
     return out;
+}
+
+double CorrectedError(VNAModel& model, int channel, const Dut& dut, VNACalType type, int calPort)
+{
+    if (!Scene("load dut " + dut.path))
+    {
+        return INFINITY;
+    }
+    VNAChannel& ch = *model.channels[channel];
+    const uint64_t done = ch.sweepsDone.load();
+    if (!QTest::qWaitFor([&] { return ch.sweepsDone.load() >= done + 2; }, 30000))
+    {
+        return INFINITY;
+    }
+    const QVector<double> f = SweepFreqs(ch.stimulus);
+    const SParameters expected = DutAt(dut, f);
+    QMutexLocker lock(&model.traceLock);
+    if (type == SOL)
+    {
+        return MaxDifference(calPort == 0 ? ch.MeasCal.S11 : ch.MeasCal.S22,
+                             OnePortThroughDut(expected, f, calPort));
+    }
+    return MaxDifference(ch.MeasCal, expected);
 }
 
 SParametersRaw Measure(VNADevice& dev, const VNAStimulus& stim, bool hdr, bool hdrThru, int count)

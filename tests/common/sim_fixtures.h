@@ -14,6 +14,7 @@
 #include "vna_stimulus.h"
 
 class VNADevice;
+class VNAModel;
 
 namespace testfx
 {
@@ -50,6 +51,12 @@ SParameters DutAt(const Dut& dut, const QVector<double>& f);
 // reflection with the far port terminated by the simulator's load match there (elf while port
 // 1 drives, elr while port 2 drives), in closed form.
 CplxVector OnePortThroughDut(const SParameters& s, const QVector<double>& f, int port);
+
+// Loads the Dut into the scene, waits for two of the channel's sweeps and gives the largest
+// error of its corrected data (MeasCal) against the device: a one-port calibration of calPort
+// against OnePortThroughDut, a two-port one against all four parameters. Infinity when the scene
+// or the sweeps fail.
+double CorrectedError(VNAModel& model, int channel, const Dut& dut, VNACalType type, int calPort);
 
 // One standard (or device) measured as the workflow measures it: configured for both directions
 // with the calibration's HDR flags, then `count` paced sweeps, polled to their end and averaged

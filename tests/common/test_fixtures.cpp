@@ -62,21 +62,27 @@ QString WriteFile(const QTemporaryDir& dir, const QString& name, const QByteArra
     return path;
 }
 
+double MaxDifference(const CplxVector& a, const CplxVector& b)
+{
+    if (a.size() != b.size())
+    {
+        return std::numeric_limits<double>::infinity();
+    }
+    double worst = 0.0;
+    for (int i = 0; i < a.size(); ++i)
+    {
+        worst = std::max(worst, std::abs(a[i] - b[i]));
+    }
+    return worst;
+}
+
 double MaxDifference(const SParameters& a, const SParameters& b)
 {
     double worst = 0.0;
     for (int k = 0; k < 4; ++k)
     {
-        const CplxVector& x = a.GetSParam(VNATraceMeas(k));
-        const CplxVector& y = b.GetSParam(VNATraceMeas(k));
-        if (x.size() != y.size())
-        {
-            return std::numeric_limits<double>::infinity();
-        }
-        for (int i = 0; i < x.size(); ++i)
-        {
-            worst = std::max(worst, std::abs(x[i] - y[i]));
-        }
+        worst = std::max(worst,
+                         MaxDifference(a.GetSParam(VNATraceMeas(k)), b.GetSParam(VNATraceMeas(k))));
     }
     return worst;
 }

@@ -29,7 +29,9 @@ SParameters SmoothSParams(const QVector<double>& freqs);
 // Writes text to a file in dir and returns its path.
 QString WriteFile(const QTemporaryDir& dir, const QString& name, const QByteArray& contents);
 
-// Largest element-wise |a - b| over all four parameters; infinity when sizes differ.
+// Largest element-wise |a - b|; infinity when sizes differ.
+double MaxDifference(const CplxVector& a, const CplxVector& b);
+// The same over all four parameters.
 double MaxDifference(const SParameters& a, const SParameters& b);
 
 // Creates a trace on the channel under the model's trace lock and gives it the channel's next

@@ -16,7 +16,6 @@
 #include "application_settings.h"
 #include "cal_dialogs.h"
 #include "cal_fixtures.h"
-#include "vna_calkit_list.h"
 #include "control_panels.h"
 #include "error_log.h"
 #include "line_client.h"
@@ -25,11 +24,13 @@
 #include "sim_fixtures.h"
 #include "status_bar.h"
 #include "test_fixtures.h"
+#include "vna_calkit_list.h"
 #include "vna_lib.h"
 #include "vna_sim.h"
 #include "vna_trace.h"
 
 using testfx::LineClient;
+using testfx::MaxDifference;
 using testfx::ModalAnswerer;
 using testfx::Scene;
 using cplx = std::complex<double>;
@@ -67,20 +68,6 @@ double MaxDifference(const QVector<double>& pairs, const CplxVector& v)
     for (int i = 0; i < v.size(); ++i)
     {
         worst = std::max(worst, std::abs(cplx(pairs[2 * i], pairs[2 * i + 1]) - v[i]));
-    }
-    return worst;
-}
-
-double MaxDifference(const CplxVector& a, const CplxVector& b)
-{
-    if (a.size() != b.size())
-    {
-        return INFINITY;
-    }
-    double worst = 0.0;
-    for (int i = 0; i < a.size(); ++i)
-    {
-        worst = std::max(worst, std::abs(a[i] - b[i]));
     }
     return worst;
 }
@@ -171,7 +158,6 @@ private:
     // Waits for whole sweeps of channel 1 begun after now, and returns the worst difference of
     // its corrected data from the device: the reflection of a one-port calibration, or all four
     // parameters.
-    double CorrectedError(VNACalType type, int port);
     VNAChannel& Channel() { return *window->Model().channels[0]; }
 
     VnaLib lib;
@@ -251,29 +237,6 @@ void TestCalibrationWorkflow::Session(const std::function<void(LineClient&)>& bo
                         }});
 }
 
-double TestCalibrationWorkflow::CorrectedError(VNACalType type, int calPort)
-{
-    if (!Scene("load dut " + dut.path))
-    {
-        return INFINITY;
-    }
-    VNAChannel& ch = Channel();
-    const uint64_t done = ch.sweepsDone.load();
-    if (!QTest::qWaitFor([&] { return ch.sweepsDone.load() >= done + 2; }, 30000))
-    {
-        return INFINITY;
-    }
-    const QVector<double> f = testfx::SweepFreqs(ch.stimulus);
-    const SParameters expected = testfx::DutAt(dut, f);
-    QMutexLocker lock(&window->Model().traceLock);
-    if (type == SOL)
-    {
-        return MaxDifference(calPort == 0 ? ch.MeasCal.S11 : ch.MeasCal.S22,
-                             testfx::OnePortThroughDut(expected, f, calPort));
-    }
-    return testfx::MaxDifference(ch.MeasCal, expected);
-}
-
 void TestCalibrationWorkflow::dialogsRecoverTheDevice_data()
 {
     QTest::addColumn<int>("type");
@@ -333,7 +296,7 @@ void TestCalibrationWorkflow::dialogsRecoverTheDevice()
         QCOMPARE(cal.GetCalKit().CalKitName, QString::fromLatin1(kKitName));
         QCOMPARE(cal.GetSerialNumber(), window->Model().device.GetSerialNumber());
     }
-    const double error = CorrectedError(VNACalType(type), solPort);
+    const double error = testfx::CorrectedError(window->Model(), 0, dut, VNACalType(type), solPort);
     qInfo("%s through the dialog: worst corrected error %.3g", QTest::currentDataTag(), error);
     QVERIFY2(error < kExact, qPrintable(QString::number(error)));
 }
@@ -403,7 +366,7 @@ void TestCalibrationWorkflow::remoteCalibrationsRecoverTheDevice()
         QVERIFY2(remote < kExact, qPrintable(QString::number(remote)));
     }
     window->triggerSweepModeChanged(0, VNASweepMode::Continuous);
-    const double error = CorrectedError(type, 0);
+    const double error = testfx::CorrectedError(window->Model(), 0, dut, type, 0);
     qInfo("%s remotely: worst corrected error %.3g", QTest::currentDataTag(), error);
     QVERIFY2(error < kExact, qPrintable(QString::number(error)));
 }
@@ -515,7 +478,7 @@ void TestCalibrationWorkflow::remoteFailedStepsAndDisconnect()
     QCOMPARE(name, QByteArray("RemoteCal"));
     QVERIFY(QFile::exists(defaultFile));
     QVERIFY(!window->CalibrationInProgress());
-    const double error = CorrectedError(SOL, 0);
+    const double error = testfx::CorrectedError(window->Model(), 0, dut, SOL, 0);
     QVERIFY2(error < kExact, qPrintable(QString::number(error)));
 }
 

@@ -2,12 +2,14 @@
 // switches its states and tells the instrument simulator (noise off) what each port sees, the
 // window's dialogs are driven offscreen, and the channel's corrected data must then be a
 // Touchstone device to rounding. The failure paths must leave the channel's calibration alone.
+#include <QAction>
 #include <QFile>
 #include <QMutexLocker>
 #include <QtTest>
 #include <cmath>
 
 #include "application_settings.h"
+#include "cal_fixtures.h"
 #include "ecal_dialogs.h"
 #include "kx_widgets.h"
 #include "mainwindow.h"
@@ -16,6 +18,7 @@
 #include "sim_fixtures.h"
 #include "test_fixtures.h"
 #include "ucal_fixtures.h"
+#include "vna_calkit_list.h"
 #include "vna_lib.h"
 #include "vna_sim.h"
 
@@ -26,20 +29,11 @@ namespace
 {
 // Noise off, the instrument obeys its model exactly: what is left is rounding.
 constexpr double kExact = 1e-9;
-
-double MaxDifference(const CplxVector& a, const CplxVector& b)
-{
-    if (a.size() != b.size())
-    {
-        return INFINITY;
-    }
-    double worst = 0.0;
-    for (int i = 0; i < a.size(); ++i)
-    {
-        worst = std::max(worst, std::abs(a[i] - b[i]));
-    }
-    return worst;
-}
+// Kit files keep complex data as single-precision pairs: a user characterisation, read back
+// from its kit, is good to float rounding of values of magnitude up to 1 (the module is passive).
+constexpr double kFloatStored = 1.2e-7;
+// What that rounding leaves in a device corrected with the kit: a few roundings' worth.
+constexpr double kThroughStoredKit = 4 * kFloatStored;
 
 // How the setup dialog is answered.
 struct Setup
@@ -47,6 +41,7 @@ struct Setup
     VNACalType type = SOLT;
     int vnaPort = 0;
     int uCalPort = 0;
+    QString userKit;  // when set, this kit as the "User" characterisation
 };
 
 void Answer(ECalSetupDlg* setup, const Setup& s)
@@ -54,7 +49,51 @@ void Answer(ECalSetupDlg* setup, const Setup& s)
     setup->SetCalType(s.type);
     setup->findChild<KXComboBox*>(QStringLiteral("vnaPort"))->SetByData(s.vnaPort);
     setup->findChild<KXComboBox*>(QStringLiteral("uCalPort"))->SetByData(s.uCalPort);
+    if (!s.userKit.isEmpty())
+    {
+        setup->findChild<KXComboBox*>(QStringLiteral("calKit"))->SetByData(s.userKit);
+        setup->calKitUpdated();
+        setup->findChild<KXComboBox*>(QStringLiteral("characterization"))->SetByData(1);
+    }
     setup->accept();
+}
+
+// The emulator's identity, as its defaults give it.
+UCalIdentity EmulatedModule()
+{
+    UCalIdentity id;
+    id.model = QStringLiteral("MT982B01-35-MF");
+    id.serialNumber = QStringLiteral("1024");
+    return id;
+}
+
+// A module kit's data based standards back as the seven sets (set = standard ID - 1).
+UCalDataSets SetsOfKit(const VNACalKit& kit)
+{
+    UCalDataSets sets;
+    for (const CalKitStandardInfo& s : kit.Standards)
+    {
+        const int set = s.ID - 1;
+        if (set >= 0 && set < kUCalSetCount)
+        {
+            sets.freqs[set] = s.DataFreqs;
+            sets.data[set].Resize(s.DataFreqs.size());
+            sets.data[set].S11 = s.DataS11;
+            if (!s.DataReflectOnly)
+            {
+                sets.data[set].S21 = s.DataS21;
+                sets.data[set].S12 = s.DataS12;
+                sets.data[set].S22 = s.DataS22;
+            }
+        }
+    }
+    return sets;
+}
+
+QByteArray FileBytes(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
 }
 }  // namespace
 
@@ -68,12 +107,19 @@ private slots:
     void ecalRecoversTheDevice_data();
     void ecalRecoversTheDevice();
     void failuresLeaveTheCalibrationAlone();
+    void userCharacterizationServesTheECal_data();
+    void userCharacterizationServesTheECal();
+    void characterizationRefusals();
 
 private:
-    double CorrectedError(VNACalType type, int port);
     VNAChannel& Channel() { return *window->Model().channels[0]; }
     // The channel's calibration as far as a failed attempt could have changed it.
     QString CalState();
+    // Puts a mechanical SOLT calibration, measured on the simulator's kit standards with the
+    // loop stopped, into the channel.
+    bool CalibrateMechanically();
+    // The menu entry's state as the menu would show it.
+    QAction* CharacterizeAction();
 
     VnaLib lib;
     QTemporaryDir dir;
@@ -126,29 +172,6 @@ void TestECalWorkflow::cleanupTestCase()
     window = nullptr;
 }
 
-double TestECalWorkflow::CorrectedError(VNACalType type, int calPort)
-{
-    if (!Scene("load dut " + dut.path))
-    {
-        return INFINITY;
-    }
-    VNAChannel& ch = Channel();
-    const uint64_t done = ch.sweepsDone.load();
-    if (!QTest::qWaitFor([&] { return ch.sweepsDone.load() >= done + 2; }, 30000))
-    {
-        return INFINITY;
-    }
-    const QVector<double> f = testfx::SweepFreqs(ch.stimulus);
-    const SParameters expected = testfx::DutAt(dut, f);
-    QMutexLocker lock(&window->Model().traceLock);
-    if (type == SOL)
-    {
-        return MaxDifference(calPort == 0 ? ch.MeasCal.S11 : ch.MeasCal.S22,
-                             testfx::OnePortThroughDut(expected, f, calPort));
-    }
-    return testfx::MaxDifference(ch.MeasCal, expected);
-}
-
 QString TestECalWorkflow::CalState()
 {
     QMutexLocker lock(&window->Model().traceLock);
@@ -192,7 +215,7 @@ void TestECalWorkflow::ecalRecoversTheDevice()
         {
             if (auto* setup = qobject_cast<ECalSetupDlg*>(d))
             {
-                Answer(setup, {VNACalType(type), vnaPort, uCalPort});
+                Answer(setup, {VNACalType(type), vnaPort, uCalPort, {}});
             }
             else if (auto* m = qobject_cast<ECalMeasureDlg*>(d))
             {
@@ -218,7 +241,7 @@ void TestECalWorkflow::ecalRecoversTheDevice()
         QCOMPARE(int(cal.GetCalType()), type);
         QVERIFY(cal.GetCalKit().IsUCalModule());
     }
-    const double worst = CorrectedError(VNACalType(type), vnaPort);
+    const double worst = testfx::CorrectedError(window->Model(), 0, dut, VNACalType(type), vnaPort);
     qInfo("%s: worst corrected error %.3g", QTest::currentDataTag(), worst);
     QVERIFY2(worst < kExact, qPrintable(QString::number(worst)));
 }
@@ -235,7 +258,7 @@ void TestECalWorkflow::failuresLeaveTheCalibrationAlone()
         {
             if (auto* setup = qobject_cast<ECalSetupDlg*>(d))
             {
-                Answer(setup, {SOLT, 0, 0});
+                Answer(setup, {SOLT, 0, 0, {}});
             }
             else if (auto* m = qobject_cast<ECalMeasureDlg*>(d))
             {
@@ -299,6 +322,183 @@ void TestECalWorkflow::failuresLeaveTheCalibrationAlone()
     QVERIFY(sawMeasure);
     QVERIFY(!window->CalibrationInProgress());
     QCOMPARE(CalState(), before);
+}
+
+bool TestECalWorkflow::CalibrateMechanically()
+{
+    window->MeasStop();
+    VNAChannel& ch = Channel();
+    testfx::SimCal setup;
+    setup.type = SOLT;
+    setup.isolation = false;
+    setup.thruCommand = testfx::ConnectThru(82.157, 0.0, 50.0);
+    ch.calibration = testfx::CalibrateOnSim(window->Model().device, setup, testfx::ModelKit(82.157),
+                                            ch.stimulus);
+    window->MeasStart();
+    // The loop solves the record for the sweep as it starts.
+    const uint64_t done = ch.sweepsDone.load();
+    return ch.calibration.CorrectionsLoaded() &&
+           QTest::qWaitFor([&] { return ch.sweepsDone.load() > done; }, 30000);
+}
+
+QAction* TestECalWorkflow::CharacterizeAction()
+{
+    window->aboutToShowUCalMenu();
+    for (QAction* a : window->findChildren<QAction*>())
+    {
+        if (a->text() == QLatin1String("User Characterization"))
+        {
+            return a;
+        }
+    }
+    return nullptr;
+}
+
+void TestECalWorkflow::userCharacterizationServesTheECal_data()
+{
+    QTest::addColumn<bool>("crossed");
+    QTest::newRow("module A on port 1") << false;
+    QTest::newRow("module B on port 1") << true;
+}
+
+// A mechanical calibration characterises the module (its ports either way round); the kit it
+// leaves holds the module's own states, and an electronic calibration with it as the "User"
+// characterisation recovers the device.
+void TestECalWorkflow::userCharacterizationServesTheECal()
+{
+    QFETCH(bool, crossed);
+    QVERIFY(CalibrateMechanically());
+    QAction* characterize = CharacterizeAction();
+    QVERIFY(characterize);
+    QVERIFY2(characterize->isEnabled(), qPrintable(characterize->toolTip()));
+
+    QVERIFY(emu.Control(crossed ? QStringLiteral("map BA") : QStringLiteral("map AB")));
+    QString title;
+    bool finished = false;
+    {
+        ModalAnswerer answer(QMessageBox::Yes);
+        answer.onDialog = [&](QDialog* d)
+        {
+            if (auto* m = qobject_cast<UCalUserCharDlg*>(d))
+            {
+                title = m->windowTitle();
+                m->findChild<KXComboBox*>(QStringLiteral("uCalPort"))->SetByData(crossed ? 1 : 0);
+                m->measureClicked();
+                finished = m->HasFinished();
+            }
+        };
+        characterize->trigger();
+        QVERIFY2(answer.texts.isEmpty(), qPrintable(answer.texts.join('|')));
+    }
+    QCOMPARE(title, QStringLiteral("uCal User Characterization - Measure States"));
+    QVERIFY(finished);
+    QVERIFY(!window->CalibrationInProgress());
+
+    // The kit against the emulator's own characterisation, interpolated at the sweep's points:
+    // the measurement is exact, the file rounds it.
+    const QString name = UCalUserKitName(EmulatedModule());
+    VNACalKit user;
+    QVERIFY(GetCalKitFromName(name, user));
+    QVERIFY(user.IsUCalModule() && !user.UseFactoryCharacterization());
+    UCalDataSets truth;
+    QVERIFY(emu.ReadDataSets(truth));
+    const QVector<double> distance = CompareUCalDataSets(SetsOfKit(user), truth);
+    for (int set = 0; set < kUCalSetCount; ++set)
+    {
+        QVERIFY2(distance[set] >= 0.0 && distance[set] < kFloatStored,
+                 qPrintable(QStringLiteral("set %1: %2").arg(set).arg(distance[set])));
+    }
+
+    // The electronic calibration through the module as it now sits, with the user data.
+    QVERIFY(emu.Control(QStringLiteral("map AB")));
+    const QString file = dir.filePath(QStringLiteral("ecal%1.vnacal").arg(++fileCount));
+    {
+        ModalAnswerer answer(QMessageBox::Yes);
+        answer.QueueFile(file);
+        answer.onDialog = [&](QDialog* d)
+        {
+            if (auto* setup = qobject_cast<ECalSetupDlg*>(d))
+            {
+                Answer(setup, {SOLT, 0, 0, name});
+            }
+            else if (auto* m = qobject_cast<ECalMeasureDlg*>(d))
+            {
+                m->measureClicked();
+            }
+        };
+        window->calStartNewECalibration();
+        QVERIFY2(answer.texts.isEmpty(), qPrintable(answer.texts.join('|')));
+    }
+    {
+        QMutexLocker lock(&window->Model().traceLock);
+        const VNACalibration& cal = Channel().calibration;
+        QVERIFY(cal.CorrectionsReady() && cal.IsECal());
+        QCOMPARE(cal.GetCalKit().CalKitName, name);
+        QVERIFY(!cal.GetCalKit().UseFactoryCharacterization());
+    }
+    const double worst = testfx::CorrectedError(window->Model(), 0, dut, SOLT, 0);
+    qInfo("%s: worst corrected error %.3g", QTest::currentDataTag(), worst);
+    QVERIFY2(worst < kThroughStoredKit, qPrintable(QString::number(worst)));
+}
+
+// Without a calibration fit for it, the entry says why, the procedure refuses with the same
+// reason before touching the module, and the module's characterisation on file stays as it was.
+void TestECalWorkflow::characterizationRefusals()
+{
+    // An earlier characterisation of the module, with a mark of its own.
+    UCalDataSets truth;
+    QVERIFY(emu.ReadDataSets(truth));
+    VNACalKit earlier = BuildUCalKit(EmulatedModule(), truth);
+    earlier.IsFactoryUCal = false;
+    earlier.CalKitName = UCalUserKitName(EmulatedModule());
+    earlier.Description = QStringLiteral("earlier characterization");
+    QString error;
+    QVERIFY2(SaveUserCalKit(earlier, earlier.CalKitName, error), qPrintable(error));
+    CalKitListEntry entry;
+    QVERIFY(FindCalKit(earlier.CalKitName, entry));
+    const QByteArray before = FileBytes(entry.path);
+    QVERIFY(!before.isEmpty());
+
+    auto attempt = [&](const QString& reason)
+    {
+        QAction* characterize = CharacterizeAction();
+        QVERIFY(characterize);
+        QVERIFY(!characterize->isEnabled());
+        QCOMPARE(characterize->toolTip(), reason);
+        bool sawDialog = false;
+        ModalAnswerer answer(QMessageBox::Ok);
+        answer.onDialog = [&](QDialog*) { sawDialog = true; };
+        window->showUCalUserCharacterization();
+        QCOMPARE(answer.texts, QStringList{reason});
+        QVERIFY(!sawDialog);
+        QCOMPARE(FileBytes(entry.path), before);
+    };
+
+    // No calibration at all.
+    window->MeasStop();
+    Channel().calibration = VNACalibration();
+    window->MeasStart();
+    attempt(QStringLiteral("The module is characterized through a two-port calibration."));
+
+    // A calibration made with the module itself.
+    QVERIFY(emu.Control(QStringLiteral("map AB")));
+    {
+        ModalAnswerer answer(QMessageBox::Yes);
+        answer.QueueFile(dir.filePath(QStringLiteral("ecal%1.vnacal").arg(++fileCount)));
+        answer.onDialog = [&](QDialog* d)
+        {
+            if (auto* setup = qobject_cast<ECalSetupDlg*>(d))
+            {
+                Answer(setup, {SOLT, 0, 0, {}});
+            }
+            else if (auto* m = qobject_cast<ECalMeasureDlg*>(d))
+            {
+                m->measureClicked();
+            }
+        };
+        window->calStartNewECalibration();
+    }
+    attempt(QStringLiteral("The module is characterized through a mechanical calibration."));
 }
 
 QTEST_MAIN(TestECalWorkflow)

@@ -188,6 +188,13 @@ void TestUCalChar::refusesWhatItCannotUse()
     unsolved.Unload();
     error.clear();
     QVERIFY(!uc.AddSweep(MauryUCal::Short, raw, unsolved, error) && !error.isEmpty());
+    // A calibration made with the module's own kit would only give its data back.
+    VNACalibration electronic = bench.cal;
+    VNACalKit moduleKit = electronic.GetCalKit();
+    moduleKit.IsUCal = true;
+    electronic.SetCalKit(moduleKit);
+    error.clear();
+    QVERIFY(!uc.AddSweep(MauryUCal::Short, raw, electronic, error) && !error.isEmpty());
     // No such state; a sweep of other frequencies; a port map with both ports on one side.
     QVERIFY(!uc.SetMeasurement(4, raw.ToSParam(), error));
     SParametersRaw shorter = raw;
