@@ -1,7 +1,7 @@
 // Binary data replies and the status registers through a real TCP client: blocks decoded
 // against the ASCII replies and against the program's own data, event bits after errors,
 // *CLS, and *OPC and *WAI around a single sweep.
-#include <QElapsedTimer>
+#include <QLoggingCategory>
 #include <QMutexLocker>
 #include <QTcpSocket>
 #include <QtTest>
@@ -147,6 +147,7 @@ private:
 
 void TestScpiFormats::initTestCase()
 {
+    QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     testfx::IsolateUserFiles();
     Preferences::Get().scpiPort = 0;
     Preferences::Get().scpiLockoutDialogEnabled = false;
@@ -339,7 +340,7 @@ void TestScpiFormats::eventBitsAfterErrorsAndClear()
     // Both out-of-range masks and the missing parameter are command errors.
     QCOMPARE(client.Query("*ESR?"), QByteArray("32"));
     QCOMPARE(client.Query("*ESR?"), QByteArray("0"));
-    client.Send(":SYST:ERR:CLE");
+    client.Send(":SYST:ERR:CLEA");
 
     // Execution errors: a channel that does not exist, an operation without a calibration.
     client.Send(":SENS9:AVER:STAT?;:SENS1:CORR:CSET:ETER? edf");
