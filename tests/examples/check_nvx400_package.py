@@ -43,7 +43,7 @@ with NVX400(f"TCPIP0::127.0.0.1::{PORT}::SOCKET") as vna:
         m = vna._measure_for(name)
         check(vna.query(f":CALC{vna.channel}:MEAS{m}:PAR?").upper() == name, name + " measure")
         text = ascii_query(vna, f":CALC{vna.channel}:MEAS{m}:DATA:SDATA?")
-        binary = s[:, row, col]
+        binary = np.ascontiguousarray(s[:, row, col])
         as_text = np.array([float("%.10g" % v) for v in binary.view(np.float64)])
         check(np.array_equal(as_text, text), name + " binary equals ASCII to its ten digits")
     # A filter: transmission is not reflection.
