@@ -1,6 +1,7 @@
 // Remote control over loopback with one client and the window hidden: sequential *IDN? round
-// trips, and :CALC1:MEAS1:DATA:SDATA? of 64001 complex points. The window runs its event loop on
-// the main thread; the client runs the benchmarks on a thread of its own with blocking sockets.
+// trips, and :CALC1:MEAS1:DATA:SDATA? of 64001 complex points in ASCII and as a REAL,64 block. The
+// window runs its event loop on the main thread; the client runs the benchmarks on a thread of its
+// own with blocking sockets.
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
@@ -96,6 +97,64 @@ void BM_SData64001(benchmark::State& state)
     s.waitForDisconnected(1000);
 }
 BENCHMARK(BM_SData64001)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
+
+// Reads exactly n bytes.
+QByteArray ReadBytes(QTcpSocket& s, qint64 n)
+{
+    while (s.bytesAvailable() < n)
+    {
+        if (!s.waitForReadyRead(120000))
+        {
+            return QByteArray();
+        }
+    }
+    return s.read(n);
+}
+
+// One definite-length block reply: header, bytes and the line feed; the bytes are returned.
+QByteArray QueryBlock(QTcpSocket& s, const QByteArray& line)
+{
+    s.write(line + '\n');
+    s.flush();
+    const QByteArray head = ReadBytes(s, 2);
+    if (head.size() != 2 || head[0] != '#')
+    {
+        return QByteArray();
+    }
+    const qint64 length = ReadBytes(s, head[1] - '0').toLongLong();
+    const QByteArray bytes = ReadBytes(s, length);
+    return ReadBytes(s, 1) == "\n" ? bytes : QByteArray();
+}
+
+// The same 64001 complex points as one REAL,64 block.
+void BM_SData64001Real64(benchmark::State& state)
+{
+    QTcpSocket s;
+    if (!Open(s))
+    {
+        state.SkipWithError("no connection");
+        return;
+    }
+    if (Query(s, ":SENS1:SWE:POIN?").trimmed() != "64001")
+    {
+        Query(s, ":SENS1:SWE:POIN 64001;:SENS1:BAND 100khz;:INIT1:IMM;*OPC?");
+    }
+    s.write(":FORM:DATA REAL,64;:FORM:BORD SWAP\n");
+    for (auto _ : state)
+    {
+        const QByteArray block = QueryBlock(s, ":CALC1:MEAS1:DATA:SDATA?");
+        if (block.size() != 2 * 64001 * 8)
+        {
+            state.SkipWithError("short reply");
+            break;
+        }
+        benchmark::DoNotOptimize(block.constData());
+    }
+    state.counters["reply_bytes"] = double(2 * 64001 * 8);
+    s.disconnectFromHost();
+    s.waitForDisconnected(1000);
+}
+BENCHMARK(BM_SData64001Real64)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(50);
 }  // namespace
 
 int main(int argc, char** argv)

@@ -10,7 +10,7 @@ PACKAGES=(
   libfftw3-dev libbenchmark-dev
   xvfb xauth fonts-liberation
   cmark-gfm dpkg-dev file
-  python3-pyvisa python3-pyvisa-py
+  python3-pyvisa python3-pyvisa-py python3-numpy python3-scikit-rf
 )
 
 missing=()

@@ -1,7 +1,7 @@
 // Soak client: drives the program's remote interface on loopback for a set time with a mix of
-// stimulus changes, data, marker, calibration, fixture, time-domain and gating commands, state
-// files saved and recalled, and deliberate garbage, then reports what was answered, what was not,
-// the errors the program queued and its resident memory.
+// stimulus changes, data (text and binary), marker, calibration, fixture, time-domain, gating and
+// status commands, state files saved and recalled, and deliberate garbage, then reports what was
+// answered, what was not, the errors the program queued and its resident memory.
 //   soak_client --duration SECONDS [--port 5026] [--pid PID] [--timeout-ms 1000] [--seed N]
 // Exits 1 when the program stops answering altogether (connection lost, or nothing answered).
 #include <QByteArray>
@@ -199,6 +199,7 @@ public:
         {
             States(round);
         }
+        FormatsAndStatus(ch, round);
 
         if (round % 3 == 0)
         {
@@ -577,6 +578,67 @@ private:
             std::fprintf(stderr, "soak: cannot write %s\n", qPrintable(path));
         }
         return path;
+    }
+
+    // Reads n bytes within the timeout.
+    bool ReadBytes(qint64 n, QByteArray& out)
+    {
+        QElapsedTimer t;
+        t.start();
+        while (socket.bytesAvailable() < n)
+        {
+            const int left = opt.timeoutMs - int(t.elapsed());
+            if (left <= 0 || !Connected() || !socket.waitForReadyRead(left))
+            {
+                if (socket.bytesAvailable() < n)
+                {
+                    return false;
+                }
+            }
+        }
+        out = socket.read(n);
+        return true;
+    }
+
+    // A query answered by a definite-length block: its bytes, without header and line feed.
+    QByteArray QueryBlock(const QByteArray& line, bool& ok)
+    {
+        DropStray();
+        Send(line);
+        ++counts.queriesSent;
+        QByteArray head, digits, bytes, end;
+        ok = ReadBytes(2, head) && head[0] == '#' && ReadBytes(head[1] - '0', digits) &&
+             ReadBytes(digits.toLongLong(), bytes) && ReadBytes(1, end) && end == "\n";
+        ++(ok ? counts.answered : counts.noReply);
+        if (!ok && !head.contains('\n'))
+        {
+            socket.readLine();  // the rest of whatever came instead
+        }
+        return bytes;
+    }
+
+    // Binary data in both widths and byte orders, then back to text; the status registers;
+    // now and then a single sweep waited for with *OPC and *WAI.
+    void FormatsAndStatus(int ch, int round)
+    {
+        bool ok = false;
+        const bool wide = round % 2 == 0;
+        Send(QByteArray(wide ? ":FORM REAL,64" : ":FORM REAL,32") +
+             (round % 3 == 0 ? ";:FORM:BORD SWAP" : ";:FORM:BORD NORM"));
+        const QByteArray block =
+            QueryBlock(QStringLiteral(":CALC%1:MEAS1:DATA:SDATA?").arg(ch).toLatin1(), ok);
+        if (ok)
+        {
+            counts.dataPoints += block.size() / (wide ? 16 : 8);
+        }
+        Send(":FORM ASC");
+        Send("*ESE 60;*SRE 32");
+        Query("*ESR?;*STB?;*TST?", ok);
+        if (round % 6 == 5)
+        {
+            Send(QStringLiteral(":INIT%1:IMM;*OPC;*WAI").arg(ch).toLatin1());
+            Query("*ESR?", ok);
+        }
     }
 
     void DropStray()

@@ -49,6 +49,7 @@ void ErrorLog::AddError(int code, const QString& detail)
         }
         errors.append(e);
     }
+    emit errorAdded(code);
     emit listChanged();
 }
 

@@ -49,6 +49,8 @@ public:
 
 signals:
     void listChanged();
+    // Emitted by AddError on the thread that added the error, outside the lock.
+    void errorAdded(int code);
 
 private:
     // Guards errors.

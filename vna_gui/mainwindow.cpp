@@ -66,6 +66,16 @@ MainWindow::MainWindow(QWidget* parent, const VnaLib* library) : QMainWindow(par
     remoteDialog = new SCPIRemoteDialog(this);
     scpiOpcTimer = new QTimer(this);
     connect(scpiOpcTimer, &QTimer::timeout, this, &MainWindow::SCPIAnswerPendingOpc);
+    // Errors from the GUI thread (every command) set the client's event bits at once; errors of
+    // other threads arrive queued.
+    connect(SysErr::Log(), &ErrorLog::errorAdded, this,
+            [this](int code)
+            {
+                if (scpiConnection)
+                {
+                    scpiConnection->status.RecordError(code);
+                }
+            });
     connect(scpiServer, &QTcpServer::newConnection, this, &MainWindow::handleSCPIConnection);
     SCPIStartup();
 

@@ -14,6 +14,7 @@
 #include "frequency.h"
 #include "preferences.h"
 #include "scpi_def.h"
+#include "scpi_status.h"
 #include "vna_model.h"
 
 class QAbstractButton;
@@ -108,6 +109,16 @@ public:
     void WaitForOPC(Scpi* cmd);
     // True while an enabled channel has a single sweep to finish and the loop runs to finish it.
     bool SCPIOperationPending() const;
+    // *OPC: sets the operation-complete event of the command's client when the pending sweeps
+    // end, at once when none is pending. Never waits.
+    void SCPIArmOperationComplete(Scpi* cmd);
+    // *CLS: empties the error queue and the client's event register, and cancels its *OPC.
+    void SCPIClearStatus(Scpi* cmd);
+    // *WAI: holds the client's following commands until the pending sweeps end.
+    void SCPIWaitForSweeps(Scpi* cmd);
+    // The status registers of the command's client; a command from no client (a script run
+    // inside the program) gets registers of its own.
+    ScpiStatus& SCPIStatusOf(Scpi* cmd);
     void UpdateAll();
     void UpdateAll(int channel);
     void UpdateControlPanels();
@@ -686,7 +697,13 @@ private:
     // Drops a client's state; its objects are deleted once no command can be on the stack.
     void SCPIRetire(ScpiConnection* connection);
     void SCPIReap();
+    // Ends what waits for the sweeps (*OPC? replies, an armed *OPC, commands held by *WAI) once
+    // none is pending.
     void SCPIAnswerPendingOpc();
+    // The current client when it is the one running cmd; null otherwise.
+    ScpiConnection* SCPIConnectionOf(Scpi* cmd) const;
+    // Polls the sweeps while anything waits for them.
+    void SCPIStartWaiting();
     void SCPIShowLockout();
     QImage ScreenImage();
     // Runs file work off the GUI thread behind a progress box, with remote commands held back.
@@ -715,6 +732,8 @@ private:
     quint16 scpiBoundPort = 0;
     // Polls while a client waits on *OPC?, for ends of sweeps that no signal reports.
     QTimer* scpiOpcTimer = nullptr;
+    // Status registers of commands that come from no client.
+    ScpiStatus scpiLocalStatus;
     ScpiLogDialog* scpiLogDialog = nullptr;
     SCPIRemoteDialog* remoteDialog = nullptr;
     ChannelWidget* plotArea = nullptr;

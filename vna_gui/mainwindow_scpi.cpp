@@ -1,9 +1,10 @@
 // MainWindow: the remote-control server, its clients, the lockout, and the dispatch of a command
 // to its body. The bodies live in mainwindow_scpi_<family>.cpp.
 //
-// A client's state (line buffer, replies, waiting *OPC? queries) lives in its ScpiConnection and
-// goes with it. Nothing here waits: *OPC? is answered when the sweeps end, so no event loop is
-// nested for it. A command that does run a nested loop (connecting a device, a message box)
+// A client's state (line buffer, replies, data format, status registers, waiting *OPC? queries)
+// lives in its ScpiConnection and goes with it. Nothing here waits: *OPC? is answered, an *OPC
+// sets its event and *WAI releases the held commands when the sweeps end, so no event loop is
+// nested for them. A command that does run a nested loop (connecting a device, a message box)
 // keeps every input waiting in its socket until it returns, and a client that leaves meanwhile
 // is only retired: its socket and interpreter are deleted once no command is on the stack.
 #include <QCoreApplication>
@@ -152,6 +153,7 @@ void MainWindow::SCPIRetire(ScpiConnection* connection)
     disconnect(connection->socket, nullptr, this, nullptr);
     connection->closed = true;
     connection->pendingOpc = 0;
+    connection->opcArmed = false;
     connection->scpi.SetSocket(nullptr);
     connection->scpi.Discard();
     connection->socket->abort();
@@ -192,7 +194,8 @@ void MainWindow::SCPIServe()
         return;
     }
     ++scpiDepth;
-    while (!c->closed && c->socket->bytesAvailable() > 0 &&
+    // A client held by *WAI is read again when the sweeps end.
+    while (!c->closed && !c->scpi.Held() && c->socket->bytesAvailable() > 0 &&
            c->socket->bytesToWrite() < kMaxUnsentReply)
     {
         const QByteArray data = c->socket->readAll();
@@ -220,6 +223,25 @@ bool MainWindow::SCPIOperationPending() const
     return model.MeasRunning() && model.SingleSweepPending();
 }
 
+ScpiConnection* MainWindow::SCPIConnectionOf(Scpi* cmd) const
+{
+    return scpiConnection && &scpiConnection->scpi == cmd ? scpiConnection : nullptr;
+}
+
+ScpiStatus& MainWindow::SCPIStatusOf(Scpi* cmd)
+{
+    ScpiConnection* c = SCPIConnectionOf(cmd);
+    return c ? c->status : scpiLocalStatus;
+}
+
+void MainWindow::SCPIStartWaiting()
+{
+    if (!scpiOpcTimer->isActive())
+    {
+        scpiOpcTimer->start(kOpcPollMs);
+    }
+}
+
 void MainWindow::WaitForOPC(Scpi* cmd)
 {
     if (!SCPIOperationPending())
@@ -227,12 +249,45 @@ void MainWindow::WaitForOPC(Scpi* cmd)
         cmd->SubmitReply(QStringLiteral("1"));
         return;
     }
-    if (!scpiConnection || &scpiConnection->scpi != cmd)
+    ScpiConnection* c = SCPIConnectionOf(cmd);
+    if (!c)
     {
         return;  // a client that has left: nobody to answer
     }
-    ++scpiConnection->pendingOpc;
-    scpiOpcTimer->start(kOpcPollMs);
+    ++c->pendingOpc;
+    SCPIStartWaiting();
+}
+
+void MainWindow::SCPIArmOperationComplete(Scpi* cmd)
+{
+    ScpiConnection* c = SCPIConnectionOf(cmd);
+    if (!SCPIOperationPending() || !c)
+    {
+        SCPIStatusOf(cmd).SetEvent(ScpiStatus::OperationComplete);
+        return;
+    }
+    c->opcArmed = true;
+    SCPIStartWaiting();
+}
+
+void MainWindow::SCPIClearStatus(Scpi* cmd)
+{
+    SysErr::ClearErrors();
+    SCPIStatusOf(cmd).ClearEvents();
+    if (ScpiConnection* c = SCPIConnectionOf(cmd))
+    {
+        c->opcArmed = false;
+    }
+}
+
+void MainWindow::SCPIWaitForSweeps(Scpi* cmd)
+{
+    if (!SCPIOperationPending() || !SCPIConnectionOf(cmd))
+    {
+        return;
+    }
+    cmd->Hold();
+    SCPIStartWaiting();
 }
 
 void MainWindow::SCPIAnswerPendingOpc()
@@ -241,7 +296,8 @@ void MainWindow::SCPIAnswerPendingOpc()
     {
         return;  // answered once the running command returns, after its own reply
     }
-    if (!scpiConnection || scpiConnection->pendingOpc == 0)
+    ScpiConnection* c = scpiConnection;
+    if (!c || (c->pendingOpc == 0 && !c->opcArmed && !c->scpi.Held()))
     {
         scpiOpcTimer->stop();
         return;
@@ -250,11 +306,25 @@ void MainWindow::SCPIAnswerPendingOpc()
     {
         return;
     }
-    for (; scpiConnection->pendingOpc > 0; --scpiConnection->pendingOpc)
-    {
-        scpiConnection->scpi.SendLine(QByteArrayLiteral("1"));
-    }
     scpiOpcTimer->stop();
+    for (; c->pendingOpc > 0; --c->pendingOpc)
+    {
+        c->scpi.SendLine(QByteArrayLiteral("1"));
+    }
+    if (c->opcArmed)
+    {
+        c->opcArmed = false;
+        c->status.SetEvent(ScpiStatus::OperationComplete);
+    }
+    if (c->scpi.Held())
+    {
+        // What *WAI held runs now, as if it had just arrived; it may start a sweep and wait again.
+        ++scpiDepth;
+        c->scpi.Release();
+        --scpiDepth;
+        SCPIReap();
+        QMetaObject::invokeMethod(this, &MainWindow::readSCPISocket, Qt::QueuedConnection);
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -379,7 +449,7 @@ const std::vector<const ScpiFamily*>& Families()
         &scpiSystemFamily(),      &scpiStimulusFamily(),   &scpiDisplayFamily(),
         &scpiMeasurementFamily(), &scpiMarkerFamily(),     &scpiLimitFamily(),
         &scpiTimeDomainFamily(),  &scpiCorrectionFamily(), &scpiFixtureFamily(),
-        &scpiPresetFamily()};
+        &scpiPresetFamily(),      &scpiStatusFamily()};
     return families;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "scpi_def.h"
+#include "scpi_status.h"
 
 class MainWindow;
 class VNAModel;
@@ -66,6 +67,8 @@ const ScpiFamily& scpiTimeDomainFamily();
 const ScpiFamily& scpiCorrectionFamily();
 const ScpiFamily& scpiFixtureFamily();
 const ScpiFamily& scpiPresetFamily();
+// Data format and the status model.
+const ScpiFamily& scpiStatusFamily();
 
 // The body of a command id, or null while its feature is not built.
 ScpiBody scpiBody(int id);
@@ -74,15 +77,18 @@ QString scpiBodyStatus(int id);
 
 class QTcpSocket;
 
-// One remote client: its socket, its own interpreter (line buffer and replies) and the *OPC?
-// queries still waiting for the sweeps to end. Everything of a client goes with it, so a new
-// client never sees another's state.
+// One remote client: its socket, its own interpreter (line buffer, replies, data format), its
+// status registers and what still waits for the sweeps to end. Everything of a client goes with it,
+// so a new client never sees another's state.
 struct ScpiConnection
 {
     explicit ScpiConnection(QTcpSocket* s) : socket(s) {}
 
     QTcpSocket* socket;  // owned; deleted only when no command of it can be on the stack
     Scpi scpi;
+    ScpiStatus status;
     int pendingOpc = 0;
+    // An *OPC waits for the pending sweeps to end.
+    bool opcArmed = false;
     bool closed = false;
 };

@@ -3,11 +3,11 @@
 #include <QMutexLocker>
 
 #include "application_settings.h"
-#include "vna_calkit_list.h"
 #include "error_log.h"
 #include "mainwindow.h"
 #include "mainwindow_scpi.h"
 #include "scpi_parameters.h"
+#include "vna_calkit_list.h"
 
 namespace
 {
@@ -145,7 +145,7 @@ void ErrorTermQuery(ScpiContext& c)
     CplxVector values;
     cal.GetCalSetStd(values, CalSetViewErrorTerms, 0, term);
     lock.unlock();
-    c.cmd.SubmitReply(values);
+    c.cmd.SubmitData(values);
 }
 
 void KitCatalog(ScpiContext& c)

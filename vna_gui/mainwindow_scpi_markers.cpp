@@ -96,6 +96,17 @@ void ReplyMarker(S& c, bool reference, Get get)
     }
 }
 
+// Marker position and value: a one-value block in a REAL format.
+void ReplyMarkerData(S& c, bool reference, double VNAMarker::*field)
+{
+    int t = 0, m = 0;
+    VNAMarker marker;
+    if (MarkerOf(c, t, m, reference) && c.model.GetMarkerCopy(t, m, marker))
+    {
+        c.cmd.SubmitData(marker.*field);
+    }
+}
+
 // The bandwidth settings belong to the trace; only the state command leaves the marker suffix
 // unread.
 bool BandwidthTraceOf(S& c, int& trace, bool readMarker)
@@ -151,6 +162,12 @@ void BandwidthData(S& c)
     const bool found = trace.bwFound;
     const double low = trace.bwLowFreq, high = trace.bwHighFreq, loss = trace.bwPeakValue;
     lock.unlock();
+    if (c.cmd.BinaryData())
+    {
+        c.cmd.SubmitData(on ? QVector<double>{found ? 1.0 : 0.0, low, high, loss}
+                            : QVector<double>(4, 0.0));
+        return;
+    }
     if (!on)
     {
         c.cmd.SubmitReply("0,0,0,0");
@@ -224,14 +241,14 @@ const ScpiFamily& scpiMarkerFamily()
          {158, [](S& c) { SetMarkerType(c, true); }},
          {159, [](S& c) { ReplyMarker(c, true, [](M m) { return markerTypeToText(m.fixed); }); }},
          {160, [](S& c) { SetMarkerX(c, true); }},
-         {161, [](S& c) { ReplyMarker(c, true, [](M m) { return m.x; }); }},
-         {162, [](S& c) { ReplyMarker(c, true, [](M m) { return m.y; }); }},
+         {161, [](S& c) { ReplyMarkerData(c, true, &VNAMarker::x); }},
+         {162, [](S& c) { ReplyMarkerData(c, true, &VNAMarker::y); }},
          {163, [](S& c) { SetMarkerBool(c, false, &MW::markerEnable); }},
          {164, [](S& c) { ReplyMarker(c, false, [](M m) { return m.enabled; }); }},
          {165, [](S& c) { SetMarkerType(c, false); }},
          {166, [](S& c) { ReplyMarker(c, false, [](M m) { return markerTypeToText(m.fixed); }); }},
          {167, [](S& c) { SetMarkerX(c, false); }},
-         {168, [](S& c) { ReplyMarker(c, false, [](M m) { return m.x; }); }},
-         {169, [](S& c) { ReplyMarker(c, false, [](M m) { return m.y; }); }}}};
+         {168, [](S& c) { ReplyMarkerData(c, false, &VNAMarker::x); }},
+         {169, [](S& c) { ReplyMarkerData(c, false, &VNAMarker::y); }}}};
     return family;
 }

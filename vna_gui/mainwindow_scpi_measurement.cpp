@@ -83,8 +83,8 @@ void CheckedAction(ScpiContext& c, void (MainWindow::*slot)())
 
 // Replies a value read from the trace under the trace lock. Vectors are shared, not copied,
 // so a data reply is formatted after the lock is released and the loop is not held up.
-template <typename Get>
-void ReplyTrace(ScpiContext& c, Get get)
+template <typename Get, typename Submit>
+void ReplyFromTrace(ScpiContext& c, Get get, Submit submit)
 {
     int ch = 0, t = 0;
     if (!c.ChannelTrace(ch, t))
@@ -94,7 +94,20 @@ void ReplyTrace(ScpiContext& c, Get get)
     QMutexLocker lock(&c.model.traceLock);
     const auto value = get(*c.model.traces[t], *c.model.channels[ch]);
     lock.unlock();
-    c.cmd.SubmitReply(value);
+    submit(value);
+}
+
+template <typename Get>
+void ReplyTrace(ScpiContext& c, Get get)
+{
+    ReplyFromTrace(c, get, [&c](const auto& value) { c.cmd.SubmitReply(value); });
+}
+
+// Data queries: a block in a REAL format.
+template <typename Get>
+void ReplyTraceData(ScpiContext& c, Get get)
+{
+    ReplyFromTrace(c, get, [&c](const auto& value) { c.cmd.SubmitData(value); });
 }
 
 void ExportSnp(ScpiContext& c)
@@ -163,7 +176,7 @@ void FormattedDataQuery(ScpiContext& c)
     const bool pairs = IsSmithFormat(trace.format);
     lock.unlock();
     // The Smith formats answer (x, y) pairs; the others the y values alone.
-    pairs ? c.cmd.SubmitReply(x, y) : c.cmd.SubmitReply(y);
+    pairs ? c.cmd.SubmitData(x, y) : c.cmd.SubmitData(y);
 }
 
 void RawDataQuery(ScpiContext& c)
@@ -178,7 +191,7 @@ void RawDataQuery(ScpiContext& c)
         QMutexLocker lock(&c.model.traceLock);
         meas = c.model.traces[t]->meas;
     }
-    c.cmd.SubmitReply(c.model.channels[ch]->RawSParam(meas));
+    c.cmd.SubmitData(c.model.channels[ch]->RawSParam(meas));
 }
 
 void ReceiverDataQuery(ScpiContext& c)
@@ -194,7 +207,7 @@ void ReceiverDataQuery(ScpiContext& c)
     {
         SysErr::AddSystemError(InvalidParameter, Tr("Expected receiver parameter"));
     }
-    c.cmd.SubmitReply(data);
+    c.cmd.SubmitData(data);
 }
 
 void DefineMeas(ScpiContext& c)
@@ -280,9 +293,10 @@ const ScpiFamily& scpiMeasurementFamily()
          {80, ElectricalDelay},
          {81, [](S& c) { ReplyTrace(c, [](T t, C) { return t.elecDelay; }); }},
          // Needs no trace data, but the measurement must exist.
-         {82, [](S& c) { ReplyTrace(c, [](T, C ch) { return ch.stimulus.GetFreqVector(); }); }},
+         {82, [](S& c) { ReplyTraceData(c, [](T, C ch) { return ch.stimulus.GetFreqVector(); }); }},
          {83, FormattedDataQuery},
-         {84, [](S& c) { ReplyTrace(c, [](T t, C ch) { return ch.MeasCal.GetSParam(t.meas); }); }},
+         {84,
+          [](S& c) { ReplyTraceData(c, [](T t, C ch) { return ch.MeasCal.GetSParam(t.meas); }); }},
          {85, RawDataQuery},
          {86, ReceiverDataQuery},
          {87, DefineMeas},

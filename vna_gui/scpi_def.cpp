@@ -9,7 +9,9 @@
 #include <QVarLengthArray>
 #include <QVariant>
 #include <QtDebug>
+#include <QtEndian>
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "error_log.h"
@@ -254,8 +256,33 @@ void Scpi::SetCommands(const ScpiCommand* rows, int count)
     table = CompileTable(rows, count);
 }
 
+template <typename Work>
+void Scpi::guarded(Work work)
+{
+    try
+    {
+        work();
+    }
+    catch (...)
+    {
+        // A failing body ends its line; what the line had gathered goes with it.
+        parameters.clear();
+        suffixes.clear();
+        commandReply.clear();
+        lineReply.clear();
+        heldParts.clear();
+        held = false;
+    }
+}
+
 void Scpi::SubmitInput(const QString& text)
 {
+    if (held)
+    {
+        // Behind a held command: kept, in order, for Release.
+        heldInput.append(text);
+        return;
+    }
     int start = 0;
     const int n = text.size();
     for (int i = 0; i < n && !discarded; ++i)
@@ -282,23 +309,36 @@ void Scpi::SubmitInput(const QString& text)
         {
             log->AddCommand(line, false);
         }
-        try
+        guarded([&] { Input(line); });
+        if (held)
         {
-            Input(line);
-        }
-        catch (...)
-        {
-            // A failing body ends its line; what the line had gathered goes with it.
-            parameters.clear();
-            suffixes.clear();
-            commandReply.clear();
-            lineReply.clear();
+            heldInput = text.mid(start);
+            return;
         }
     }
     if (!discarded)
     {
         appendToLine(text.midRef(start, n - start));
     }
+}
+
+void Scpi::Release()
+{
+    if (!held || discarded)
+    {
+        return;
+    }
+    held = false;
+    QStringList parts;
+    parts.swap(heldParts);
+    guarded([&] { runParts(parts); });
+    if (held)
+    {
+        return;  // waiting again; the input behind stays where it is
+    }
+    QString input;
+    input.swap(heldInput);
+    SubmitInput(input);
 }
 
 void Scpi::appendToLine(const QStringRef& text)
@@ -321,104 +361,128 @@ void Scpi::Discard()
 {
     discarded = true;
     lineBuffer.clear();
+    heldParts.clear();
+    heldInput.clear();
 }
 
 void Scpi::Input(const QString& line)
 {
-    const QStringList parts = line.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    runParts(line.split(QLatin1Char(';'), Qt::SkipEmptyParts));
+}
+
+void Scpi::runParts(const QStringList& parts)
+{
     QStringList path;
-    for (const QString& rawPart : parts)
+    for (int i = 0; i < parts.size(); ++i)
     {
-        // Header up to the first space, parameters behind it.
-        const QString part = rawPart.trimmed();
-        const QString header = part.section(QLatin1Char(' '), 0, 0).trimmed();
-        const int space = part.indexOf(QLatin1Char(' '));
-        const QString rest = space < 0 ? QString() : part.mid(space + 1);
-
-        if (header.startsWith(QLatin1Char(':')) || header.startsWith(QLatin1Char('*')))
+        runPart(parts[i], path);
+        CommitReply();
+        if (held)
         {
-            path.clear();
+            // A held command is a common one: what follows it starts from an empty path.
+            heldParts = parts.mid(i + 1);
+            return;
         }
+    }
+    FlushReply();
+}
 
-        QVector<Token> tokens;
-        for (const QString& s : headerTokens(header, path))
+const ScpiCallbackList* Scpi::findRow(const QVector<Token>& tokens,
+                                      QList<int>& matchedSuffixes) const
+{
+    const ScpiCallbackList* found = nullptr;
+    auto tryRow = [&](const ScpiCallbackList& c)
+    {
+        matchedSuffixes.clear();
+        if (matchTokens(tokens, c.keywords, matchedSuffixes))
         {
-            tokens.append(splitToken(s));
+            found = &c;
         }
-        const ScpiCallbackList* found = nullptr;
-        QList<int> matchedSuffixes;
-        auto tryRow = [&](const ScpiCallbackList& c)
+        return found != nullptr;
+    };
+    if (table->rowsByFirstWord.isEmpty())
+    {
+        for (const ScpiCallbackList& c : table->commands)
         {
-            matchedSuffixes.clear();
-            if (matchTokens(tokens, c.keywords, matchedSuffixes))
+            if (tryRow(c))
             {
-                found = &c;
+                break;
             }
-            return found != nullptr;
-        };
-        if (table->rowsByFirstWord.isEmpty())
+        }
+    }
+    else if (!tokens.isEmpty())
+    {
+        const auto rows = table->rowsByFirstWord.constFind(tokens.first().word);
+        if (rows != table->rowsByFirstWord.constEnd())
         {
-            for (const ScpiCallbackList& c : table->commands)
+            for (int row : *rows)
             {
-                if (tryRow(c))
+                if (tryRow(table->commands.at(row)))
                 {
                     break;
                 }
             }
         }
-        else if (!tokens.isEmpty())
-        {
-            const auto rows = table->rowsByFirstWord.constFind(tokens.first().word);
-            if (rows != table->rowsByFirstWord.constEnd())
-            {
-                for (int row : *rows)
-                {
-                    if (tryRow(table->commands.at(row)))
-                    {
-                        break;
-                    }
-                }
-            }
-        }
-
-        if (found == nullptr)
-        {
-            SysErr::AddSystemError(UndefinedHeader, header);
-        }
-        else
-        {
-            if (debugShown())
-            {
-                qDebug() << "Received command " << header;
-            }
-            QStringList params = rest.split(QLatin1Char(','), Qt::KeepEmptyParts);
-            for (QString& p : params)
-            {
-                p = p.trimmed();
-            }
-            if (params.size() == 1 && params.first().isEmpty())
-            {
-                params.clear();
-            }
-            parameters = params;
-            suffixes = matchedSuffixes;
-            commandId = found->id;
-            commandHeader = header;
-            if (debugShown())
-            {
-                qDebug() << "# of params: " << parameters.size();
-                qDebug() << "# of command numeric suffixes: " << suffixes.size();
-            }
-            if (callback)
-            {
-                callback(this);
-            }
-            parameters.clear();
-            path = scpiCommandToPath(*found);
-        }
-        CommitReply();
     }
-    FlushReply();
+
+    return found;
+}
+
+void Scpi::runPart(const QString& rawPart, QStringList& path)
+{
+    // Header up to the first space, parameters behind it.
+    const QString part = rawPart.trimmed();
+    const QString header = part.section(QLatin1Char(' '), 0, 0).trimmed();
+    const int space = part.indexOf(QLatin1Char(' '));
+    const QString rest = space < 0 ? QString() : part.mid(space + 1);
+
+    if (header.startsWith(QLatin1Char(':')) || header.startsWith(QLatin1Char('*')))
+    {
+        path.clear();
+    }
+
+    QVector<Token> tokens;
+    for (const QString& s : headerTokens(header, path))
+    {
+        tokens.append(splitToken(s));
+    }
+    QList<int> matchedSuffixes;
+    const ScpiCallbackList* found = findRow(tokens, matchedSuffixes);
+    if (found == nullptr)
+    {
+        SysErr::AddSystemError(UndefinedHeader, header);
+    }
+    else
+    {
+        if (debugShown())
+        {
+            qDebug() << "Received command " << header;
+        }
+        QStringList params = rest.split(QLatin1Char(','), Qt::KeepEmptyParts);
+        for (QString& p : params)
+        {
+            p = p.trimmed();
+        }
+        if (params.size() == 1 && params.first().isEmpty())
+        {
+            params.clear();
+        }
+        parameters = params;
+        suffixes = matchedSuffixes;
+        commandId = found->id;
+        commandHeader = header;
+        if (debugShown())
+        {
+            qDebug() << "# of params: " << parameters.size();
+            qDebug() << "# of command numeric suffixes: " << suffixes.size();
+        }
+        if (callback)
+        {
+            callback(this);
+        }
+        parameters.clear();
+        path = scpiCommandToPath(*found);
+    }
 }
 
 bool Scpi::GetNextParameterString(QString& value, bool toLower)
@@ -720,6 +784,126 @@ void Scpi::SubmitReply(const QVector<std::complex<double>>& values)
     }
 }
 
+namespace
+{
+// Writes values into a block as IEEE floats of one width and byte order, straight into the
+// reply's storage: no text per value.
+template <typename Float, typename Bits>
+class BlockValues
+{
+public:
+    BlockValues(char* out, bool swapped) : p(out), swapped(swapped) {}
+    void Put(double v)
+    {
+        const Float f = static_cast<Float>(v);
+        Bits bits;
+        std::memcpy(&bits, &f, sizeof bits);
+        bits = swapped ? qToLittleEndian(bits) : qToBigEndian(bits);
+        std::memcpy(p, &bits, sizeof bits);
+        p += sizeof bits;
+    }
+
+private:
+    char* p;
+    const bool swapped;
+};
+
+// Runs put(writer) with the writer of the format; put calls writer.Put for every value.
+template <typename Put>
+void WriteBlockValues(char* out, ScpiDataFormat format, bool swapped, Put put)
+{
+    if (format == ScpiDataFormat::Real32)
+    {
+        BlockValues<float, quint32> w(out, swapped);
+        put(w);
+    }
+    else
+    {
+        BlockValues<double, quint64> w(out, swapped);
+        put(w);
+    }
+}
+}  // namespace
+
+char* Scpi::startBlock(int count)
+{
+    const qint64 bytes = qint64(count) * (dataFormat == ScpiDataFormat::Real32 ? 4 : 8);
+    const QByteArray length = QByteArray::number(bytes);
+    commandReply.append('#');
+    commandReply.append(char('0' + length.size()));
+    commandReply.append(length);
+    const int start = commandReply.size();
+    commandReply.resize(start + int(bytes));
+    return commandReply.data() + start;
+}
+
+void Scpi::SubmitData(double value)
+{
+    if (!BinaryData())
+    {
+        SubmitReply(value);
+        return;
+    }
+    SubmitData(QVector<double>{value});
+}
+
+void Scpi::SubmitData(const QVector<double>& values)
+{
+    if (!BinaryData())
+    {
+        SubmitReply(values);
+        return;
+    }
+    char* out = startBlock(values.size());
+    WriteBlockValues(out, dataFormat, swappedBytes,
+                     [&](auto& w)
+                     {
+                         for (double v : values)
+                         {
+                             w.Put(v);
+                         }
+                     });
+}
+
+void Scpi::SubmitData(const QVector<double>& x, const QVector<double>& y)
+{
+    if (!BinaryData())
+    {
+        SubmitReply(x, y);
+        return;
+    }
+    const int n = std::min(x.size(), y.size());
+    char* out = startBlock(2 * n);
+    WriteBlockValues(out, dataFormat, swappedBytes,
+                     [&](auto& w)
+                     {
+                         for (int i = 0; i < n; ++i)
+                         {
+                             w.Put(x[i]);
+                             w.Put(y[i]);
+                         }
+                     });
+}
+
+void Scpi::SubmitData(const QVector<std::complex<double>>& values)
+{
+    if (!BinaryData())
+    {
+        SubmitReply(values);
+        return;
+    }
+    char* out = startBlock(2 * values.size());
+    WriteBlockValues(out, dataFormat, swappedBytes,
+                     [&](auto& w)
+                     {
+                         for (const std::complex<double>& v : values)
+                         {
+                             w.Put(v.real());
+                             w.Put(v.imag());
+                         }
+                     });
+}
+
 void Scpi::CommitReply()
 {
     // A silent command after an answered one still leaves its (empty) place.
@@ -795,9 +979,20 @@ QString scpiCommandReference(const std::function<QString(int id)>& status)
     out += QStringLiteral(
         "Status: \"built\" when the program carries out the command; \"not yet\" names the feature "
         "it waits for, and such a command queues -5 \"Unsupported\" with its header.\n\n");
+    out +=
+        QStringLiteral(
+            "Extension: \"yes\" marks the commands this program adds to the original set (ids from "
+            "%1): the data format of the data queries (`:FORMat`) and the IEEE 488.2 status model "
+            "(`*CLS`, `*ESE`, `*ESR?`, `*SRE`, `*STB?`, `*OPC`, `*WAI`, `*TST?`). In a REAL format "
+            "the data queries (`DATA:X?`, `FDATA?`, `SDATA?`, `RDATA?`, `RCVR?`, marker `X?` and "
+            "`Y?`, `BWIDth:DATA?`, `CSET:ETERm?`) answer one IEEE 488.2 definite-length block "
+            "`#<n><length><bytes>` of the numbers the ASCII reply lists, in the same order, "
+            "followed "
+            "by the line feed.\n\n")
+            .arg(kScpiFirstExtensionId);
     out += QStringLiteral("%1 commands.\n\n").arg(scpiCommandCount());
-    out += QStringLiteral("| Id | Header | Query | Parameters | Reply | Status |\n");
-    out += QStringLiteral("|---:|---|---|---|---|---|\n");
+    out += QStringLiteral("| Id | Header | Query | Extension | Parameters | Reply | Status |\n");
+    out += QStringLiteral("|---:|---|---|---|---|---|---|\n");
     auto cell = [](const char* text)
     {
         const QString s = QString::fromUtf8(text);
@@ -812,6 +1007,8 @@ QString scpiCommandReference(const std::function<QString(int id)>& status)
         out += QStringLiteral("| ") + QString::number(c.id) + QStringLiteral(" | `") + pattern +
                QStringLiteral("` | ") +
                (pattern.endsWith(QLatin1Char('?')) ? QStringLiteral("yes") : QStringLiteral("no")) +
+               QStringLiteral(" | ") +
+               (scpiIsExtension(c.id) ? QStringLiteral("yes") : QStringLiteral("no")) +
                QStringLiteral(" | ") + cell(c.parameters) + QStringLiteral(" | ") + cell(c.reply) +
                QStringLiteral(" | ") + status(c.id) + QStringLiteral(" |\n");
     }

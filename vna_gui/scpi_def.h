@@ -65,6 +65,21 @@ struct ScpiCompiledTable
     QHash<QString, QVector<int>> rowsByFirstWord;
 };
 
+// Rows from this id on are this program's additions to the original command set.
+constexpr int kScpiFirstExtensionId = 277;
+inline bool scpiIsExtension(int id)
+{
+    return id >= kScpiFirstExtensionId;
+}
+
+// How data queries answer: "%.10g" text lists, or one definite-length block of IEEE floats.
+enum class ScpiDataFormat
+{
+    Ascii,
+    Real32,
+    Real64
+};
+
 // Where the command log goes; the log window implements it.
 class ScpiLogSink
 {
@@ -149,11 +164,32 @@ public:
     void SubmitReply(const QVector<double>& x, const QVector<double>& y);
     void SubmitReply(const QVector<std::complex<double>>& values);
 
+    // Data queries answer through these: in ASCII exactly as the SubmitReply vector forms, in a
+    // REAL format as one block "#<n><length><bytes>" holding the same numbers in the same order.
+    void SetDataFormat(ScpiDataFormat format) { dataFormat = format; }
+    ScpiDataFormat DataFormat() const { return dataFormat; }
+    // Little-endian blocks ("SWAPped"); big-endian ("NORMal") is the default.
+    void SetSwappedByteOrder(bool swapped) { swappedBytes = swapped; }
+    bool SwappedByteOrder() const { return swappedBytes; }
+    bool BinaryData() const { return dataFormat != ScpiDataFormat::Ascii; }
+    // One value: in ASCII as SubmitReply(double) writes it.
+    void SubmitData(double value);
+    void SubmitData(const QVector<double>& values);
+    void SubmitData(const QVector<double>& x, const QVector<double>& y);
+    void SubmitData(const QVector<std::complex<double>>& values);
+
     void CommitReply();
     void FlushReply();
     // Writes one reply line outside the line being run (a reply that had to wait), logged like
     // any other; dropped when nobody is connected.
     void SendLine(const QByteArray& text);
+
+    // Called by a body: the commands behind it, on its line and after, wait until Release().
+    // The line's replies so far stay gathered and are sent with the rest of the line.
+    void Hold() { held = true; }
+    bool Held() const { return held; }
+    // Runs what waited, in order; it may hold again.
+    void Release();
 
 private:
     // A header token, lower-cased, with its trailing digits taken off as the suffix.
@@ -168,6 +204,18 @@ private:
                             QList<int>& suffixes);
     friend bool matchCommand(const QString&, const QList<ScpiKeyword>&, const QStringList&,
                              QList<int>&);
+
+    void runParts(const QStringList& parts);
+    void runPart(const QString& rawPart, QStringList& path);
+    // The first row of the table matching the tokens, with the suffixes it took; null if none.
+    const ScpiCallbackList* findRow(const QVector<Token>& tokens,
+                                    QList<int>& matchedSuffixes) const;
+    // Runs one piece of work of a line; a failing body ends its line.
+    template <typename Work>
+    void guarded(Work work);
+    // Appends the block header for count values of the current REAL format and returns where
+    // the values go.
+    char* startBlock(int count);
 
     template <typename T, typename Convert>
     bool readTyped(T& value, Convert convert, const char* errorText);
@@ -189,4 +237,10 @@ private:
     bool discarded = false;
     QByteArray commandReply;
     QByteArray lineReply;
+    ScpiDataFormat dataFormat = ScpiDataFormat::Ascii;
+    bool swappedBytes = false;
+    bool held = false;
+    // While held: the rest of the line being run, and the input received behind it.
+    QStringList heldParts;
+    QString heldInput;
 };

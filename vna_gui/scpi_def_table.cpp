@@ -1,5 +1,6 @@
 // The command table: header pattern, id, what the body reads, what a query answers.
-// Ids are fixed (clients and the command bodies switch on them); 51 to 68 are unused.
+// Ids are fixed (clients and the command bodies switch on them); 51 to 68 are unused. Rows from
+// kScpiFirstExtensionId on are additions the reference marks as such.
 // Row order is match order: the first row that matches a header wins.
 #include "scpi_def.h"
 
@@ -263,6 +264,21 @@ const ScpiCommand scpiCommands[] = {
     {":SENSe#:FREQuency:SPAN:FULL",                           274, "", ""},
     {":TRIGger:SCOPe",                                        275, "all or act (active)", ""},
     {":TRIGger:SCOPe?",                                       276, "", "all or active"},
+    // Additions beyond the original command set, from kScpiFirstExtensionId on.
+    {":FORMat:&DATA",                                         277, "asc (ascii), or real with the length 32 or 64 (64 when left out); -2 \"Expected data format\"", ""},
+    {":FORMat:&DATA?",                                        278, "", "ascii, real,32 or real,64"},
+    {":FORMat:BORDer",                                        279, "norm (normal: big-endian) or swap (swapped: little-endian)", ""},
+    {":FORMat:BORDer?",                                       280, "", "normal or swapped"},
+    {"*CLS",                                                  281, "", ""},
+    {"*ESE",                                                  282, "int 0 to 255: event status enable mask", ""},
+    {"*ESE?",                                                 283, "", "event status enable mask"},
+    {"*ESR?",                                                 284, "", "event status register, cleared by reading: 1 operation complete, 4 query, 8 device, 16 execution, 32 command error"},
+    {"*SRE",                                                  285, "int 0 to 255: service request enable mask (bit 6 ignored)", ""},
+    {"*SRE?",                                                 286, "", "service request enable mask"},
+    {"*STB?",                                                 287, "", "status byte: 4 error queue not empty, 32 enabled event, 64 service request"},
+    {"*OPC",                                                  288, "", ""},
+    {"*WAI",                                                  289, "", ""},
+    {"*TST?",                                                 290, "", "0"},
 };
 // clang-format on
 

@@ -290,6 +290,8 @@ const WordEntry kSweepType[] = {
     {0, "lin", "linear"}, {1, "log", "logarithmic"}, {2, "segm", "segment"}};
 const WordEntry kTriggerScope[] = {{1, "all", nullptr}, {0, "act", "active"}};
 const WordEntry kScaleCoupling[] = {{0, "off", nullptr}, {1, "plot", nullptr}, {2, "all", nullptr}};
+const WordEntry kDataFormatWord[] = {{0, "asc", "ascii"}, {1, "real", nullptr}};
+const WordEntry kByteOrder[] = {{0, "norm", "normal"}, {1, "swap", "swapped"}};
 }  // namespace
 
 bool stringToSweepMode(const QString& text, VNASweepMode::Mode& mode)
@@ -582,4 +584,88 @@ int ScpiParamToErrTerm(const QString& text, bool& ok)
     }
     ok = false;
     return 0;
+}
+
+bool stringToDataFormat(const QString& word, const QString& length, ScpiDataFormat& format)
+{
+    int kind = 0;
+    if (!wordToValue(kDataFormatWord, word, kind))
+    {
+        return false;
+    }
+    if (kind == 0)
+    {
+        // A length after ASCii (as in "ASC,0") is accepted and means nothing.
+        format = ScpiDataFormat::Ascii;
+        return true;
+    }
+    if (length.isEmpty() || length == QLatin1String("64"))
+    {
+        format = ScpiDataFormat::Real64;
+        return true;
+    }
+    if (length == QLatin1String("32"))
+    {
+        format = ScpiDataFormat::Real32;
+        return true;
+    }
+    return false;
+}
+bool scpiParameterToDataFormat(Scpi* scpi, ScpiDataFormat& format)
+{
+    QString word;
+    if (!scpi->GetNextParameterString(word, true))
+    {
+        return false;
+    }
+    QString length;
+    if (scpi->ParameterCount() > 0)
+    {
+        scpi->GetNextParameterString(length, true);
+    }
+    if (!stringToDataFormat(word.trimmed(), length.trimmed(), format))
+    {
+        SysErr::AddSystemError(InvalidParameter,
+                               QCoreApplication::translate("Scpi", "Expected data format"));
+        return false;
+    }
+    return true;
+}
+QString dataFormatToText(ScpiDataFormat format)
+{
+    switch (format)
+    {
+        case ScpiDataFormat::Ascii:
+            return QStringLiteral("ascii");
+        case ScpiDataFormat::Real32:
+            return QStringLiteral("real,32");
+        case ScpiDataFormat::Real64:
+            return QStringLiteral("real,64");
+    }
+    return QString();
+}
+
+bool stringToByteOrder(const QString& text, bool& swapped)
+{
+    int v = 0;
+    if (!wordToValue(kByteOrder, text, v))
+    {
+        return false;
+    }
+    swapped = v != 0;
+    return true;
+}
+bool scpiParameterToByteOrder(Scpi* scpi, bool& swapped)
+{
+    int v = 0;
+    if (!readWord(scpi, kByteOrder, v, QT_TRANSLATE_NOOP("Scpi", "Expected byte order")))
+    {
+        return false;
+    }
+    swapped = v != 0;
+    return true;
+}
+QString byteOrderToText(bool swapped)
+{
+    return valueToWord(kByteOrder, swapped ? 1 : 0, "");
 }

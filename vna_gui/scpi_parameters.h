@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "network_parameters.h"
+#include "scpi_def.h"
 #include "vna_device.h"
 #include "vna_meas.h"
 #include "vna_stimulus.h"
@@ -130,3 +131,15 @@ bool scpiParameterToTraceScaleCoupling(Scpi* scpi, int& coupling);
 // The twelve error-term names edf, esf, erf, elf, etf, exf, edr, esr, err, elr, etr, exr, in
 // this order, to the calibration's error-term index (CalSetErrTerm). ok false for anything else.
 int ScpiParamToErrTerm(const QString& text, bool& ok);
+
+// Data format of the data queries: "asc"/"ascii" (an optional length is ignored), or "real"
+// with the length 32 or 64 (64 when none is given) as the next parameter. The reply forms are
+// "ascii", "real,32" and "real,64".
+bool stringToDataFormat(const QString& word, const QString& length, ScpiDataFormat& format);
+bool scpiParameterToDataFormat(Scpi* scpi, ScpiDataFormat& format);
+QString dataFormatToText(ScpiDataFormat format);
+
+// Byte order of the binary blocks: "norm"/"normal" big-endian, "swap"/"swapped" little-endian.
+bool stringToByteOrder(const QString& text, bool& swapped);
+bool scpiParameterToByteOrder(Scpi* scpi, bool& swapped);
+QString byteOrderToText(bool swapped);

@@ -63,11 +63,11 @@ void TestScpiDoc::committedReferenceMatchesTheProgram()
 
 void TestScpiDoc::everyCommandBelongsToOneFamily()
 {
-    const QVector<const ScpiFamily*> families = {&scpiSystemFamily(),     &scpiStimulusFamily(),
-                                                 &scpiDisplayFamily(),    &scpiMeasurementFamily(),
-                                                 &scpiMarkerFamily(),     &scpiLimitFamily(),
-                                                 &scpiTimeDomainFamily(), &scpiCorrectionFamily(),
-                                                 &scpiFixtureFamily(),    &scpiPresetFamily()};
+    const QVector<const ScpiFamily*> families = {
+        &scpiSystemFamily(),      &scpiStimulusFamily(),   &scpiDisplayFamily(),
+        &scpiMeasurementFamily(), &scpiMarkerFamily(),     &scpiLimitFamily(),
+        &scpiTimeDomainFamily(),  &scpiCorrectionFamily(), &scpiFixtureFamily(),
+        &scpiPresetFamily(),      &scpiStatusFamily()};
     auto covers = [](const ScpiFamily& f, int id)
     {
         for (const auto& r : f.ids)

@@ -4,8 +4,10 @@
 #include <QSet>
 #include <QtTest>
 #include <cmath>
+#include <cstring>
 #include <stdexcept>
 
+#include "scpi_status.h"
 #include "test_scpi_harness.h"
 
 using scpitest::DrainErrors;
@@ -94,11 +96,22 @@ private slots:
     void lineAssembly();
     void exceptionInBodyDropsOnlyItsLine();
     void garbageNeverStopsTheParser();
+    void dataRepliesAsBlocks();
+    void heldCommandsRunInOrderOnRelease();
+    void errorCodesSetTheirEventBits();
 };
 
 void TestScpi::tableCompilesAndEveryRowAnswersToItsOwnHeader()
 {
-    QCOMPARE(scpiCommandCount(), 258);
+    // The original set: 258 rows, ids 1 to 276 without 51 to 68; additions follow from
+    // kScpiFirstExtensionId, without gaps.
+    int original = 0;
+    for (int i = 0; i < scpiCommandCount(); ++i)
+    {
+        original += scpiIsExtension(scpiCommands[i].id) ? 0 : 1;
+    }
+    QCOMPARE(original, 258);
+    QCOMPARE(kScpiFirstExtensionId, 277);
     QSet<int> ids;
     int previous = 0;
     for (int i = 0; i < scpiCommandCount(); ++i)
@@ -118,7 +131,8 @@ void TestScpi::tableCompilesAndEveryRowAnswersToItsOwnHeader()
             QCOMPARE(k.shortForm, k.shortForm.toLower());
         }
     }
-    for (int id = 1; id <= 276; ++id)
+    const int lastId = scpiCommands[scpiCommandCount() - 1].id;
+    for (int id = 1; id <= lastId; ++id)
     {
         QCOMPARE(ids.contains(id), id < 51 || id > 68);
     }
@@ -594,3 +608,198 @@ void TestScpi::garbageNeverStopsTheParser()
 
 QTEST_GUILESS_MAIN(TestScpi)
 #include "test_scpi.moc"
+
+namespace
+{
+// Reads a definite-length block independently of the program: header digits, then each value
+// assembled byte by byte in the stated order.
+template <typename Float>
+QVector<double> DecodeBlock(const QByteArray& reply, bool littleEndian, QByteArray* rest)
+{
+    QVector<double> values;
+    if (reply.size() < 2 || reply[0] != '#')
+    {
+        return values;
+    }
+    const int digits = reply[1] - '0';
+    const int length = reply.mid(2, digits).toInt();
+    const int start = 2 + digits;
+    for (int i = 0; i + int(sizeof(Float)) <= length; i += int(sizeof(Float)))
+    {
+        unsigned long long bits = 0;
+        for (int b = 0; b < int(sizeof(Float)); ++b)
+        {
+            const int at = littleEndian ? int(sizeof(Float)) - 1 - b : b;
+            bits = (bits << 8) | static_cast<unsigned char>(reply[start + i + at]);
+        }
+        Float f;
+        if (sizeof(Float) == 8)
+        {
+            const quint64 w = bits;
+            std::memcpy(&f, &w, sizeof f);
+        }
+        else
+        {
+            const quint32 w = quint32(bits);
+            std::memcpy(&f, &w, sizeof f);
+        }
+        values.append(double(f));
+    }
+    *rest = reply.mid(start + length);
+    return values;
+}
+}  // namespace
+
+void TestScpi::dataRepliesAsBlocks()
+{
+    Harness h;
+    const QVector<double> values = {1e9, -0.5, 1.0 / 3.0, 0.0, 2.5e-300, 10.0};
+    const QVector<std::complex<double>> cplx = {{1.0 / 7.0, -2.0}, {0.0, 1e-12}};
+    QVector<double> cplxFlat;
+    for (const auto& v : cplx)
+    {
+        cplxFlat << v.real() << v.imag();
+    }
+    h.bodies[IdOf(":CALCulate#:MEASure#:DATA:X?")] = [&](Scpi* s) { s->SubmitData(values); };
+    h.bodies[IdOf(":CALCulate#:MEASure#:DATA:SDATA?")] = [&](Scpi* s) { s->SubmitData(cplx); };
+    h.bodies[IdOf(":CALCulate#:MEASure#:DATA:FDATA?")] = [&](Scpi* s)
+    { s->SubmitData(values.mid(0, 3), values.mid(3, 3)); };
+    h.bodies[IdOf(":CALCulate#:MEASure#:MARKer#:X?")] = [&](Scpi* s) { s->SubmitData(values[2]); };
+    h.bodies[IdOf("*IDN?")] = [](Scpi* s) { s->SubmitReply("ID"); };
+    const QByteArray asciiX = h.Line(QStringLiteral(":CALC:MEAS1:DATA:X?"));
+    QCOMPARE(asciiX, QByteArray("1000000000,-0.5,0.3333333333,0,2.5e-300,10\n"));
+    // A single value prints exactly (the shortest text that reads back to the same double).
+    const QByteArray markerText = h.Line(QStringLiteral(":CALC:MEAS1:MARK:X?"));
+    QVERIFY(markerText.endsWith('\n') && !markerText.contains(','));
+    QCOMPARE(markerText.trimmed().toDouble(), values[2]);
+
+    const QVector<double> pairs = {values[0], values[3], values[1],
+                                   values[4], values[2], values[5]};
+    for (ScpiDataFormat format : {ScpiDataFormat::Real64, ScpiDataFormat::Real32})
+    {
+        for (bool swapped : {false, true})
+        {
+            h.scpi.SetDataFormat(format);
+            h.scpi.SetSwappedByteOrder(swapped);
+            const int width = format == ScpiDataFormat::Real64 ? 8 : 4;
+            auto decode = [&](const QByteArray& reply, QByteArray* rest)
+            {
+                return width == 8 ? DecodeBlock<double>(reply, swapped, rest)
+                                  : DecodeBlock<float>(reply, swapped, rest);
+            };
+            auto expected = [&](const QVector<double>& v)
+            {
+                QVector<double> out;
+                for (double d : v)
+                {
+                    out << (width == 8 ? d : double(float(d)));
+                }
+                return out;
+            };
+            QByteArray rest;
+            const QByteArray x = h.Line(QStringLiteral(":CALC:MEAS1:DATA:X?"));
+            const QByteArray length = QByteArray::number(values.size() * width);
+            QVERIFY(x.startsWith("#" + QByteArray::number(length.size()) + length));
+            QCOMPARE(decode(x, &rest), expected(values));
+            QCOMPARE(rest, QByteArray("\n"));
+            QCOMPARE(decode(h.Line(QStringLiteral(":CALC:MEAS1:DATA:SDATA?")), &rest),
+                     expected(cplxFlat));
+            QCOMPARE(decode(h.Line(QStringLiteral(":CALC:MEAS1:DATA:FDATA?")), &rest),
+                     expected(pairs));
+            QCOMPARE(decode(h.Line(QStringLiteral(":CALC:MEAS1:MARK:X?")), &rest),
+                     expected({values[2]}));
+            // A block in a compound line is followed by the other replies.
+            QCOMPARE(decode(h.Line(QStringLiteral(":CALC:MEAS1:DATA:X?;*IDN?")), &rest),
+                     expected(values));
+            QCOMPARE(rest, QByteArray(";ID\n"));
+        }
+    }
+    // An empty vector is an empty block; other replies stay text.
+    h.bodies[IdOf(":CALCulate#:MEASure#:DATA:X?")] = [](Scpi* s)
+    { s->SubmitData(QVector<double>()); };
+    QCOMPARE(h.Line(QStringLiteral(":CALC:MEAS1:DATA:X?;*IDN?")), QByteArray("#10;ID\n"));
+    h.scpi.SetDataFormat(ScpiDataFormat::Ascii);
+    QCOMPARE(h.Line(QStringLiteral(":CALC:MEAS1:DATA:X?;*IDN?")), QByteArray("ID\n"));
+}
+
+void TestScpi::heldCommandsRunInOrderOnRelease()
+{
+    Harness h;
+    h.bodies[IdOf("*IDN?")] = [](Scpi* s) { s->SubmitReply("ID"); };
+    h.bodies[IdOf("*WAI")] = [](Scpi* s) { s->Hold(); };
+    // The replies before the hold stay with their line; nothing behind it runs yet, not even
+    // the relative header, which after a common command starts from the root.
+    QCOMPARE(h.Line(QStringLiteral("*IDN?;*WAI;*IDN?;:SENS2:FREQ:STAR 1;STOP 2")), QByteArray());
+    QVERIFY(h.scpi.Held());
+    h.scpi.SubmitInput(QStringLiteral("*IDN?\n*ID"));
+    h.scpi.SubmitInput(QStringLiteral("N?;*WAI\n:SYST:VER?\n"));
+    QCOMPARE(h.Ids(), (QList<int>{IdOf("*IDN?"), IdOf("*WAI")}));
+    QCOMPARE(h.socket.data(), QByteArray());
+
+    h.scpi.Release();
+    // The rest of the first line, the second line, and the third up to its own hold.
+    QCOMPARE(h.socket.data(), QByteArray("ID;;ID;;\nID\n"));
+    QVERIFY(h.scpi.Held());
+    QCOMPARE(h.dispatched.size(), 8);
+    QCOMPARE(h.dispatched[4].suffixes, (QList<int>{-2}));  // STOP: no suffix written
+    QCOMPARE(h.dispatched[3].suffixes, (QList<int>{2}));
+    h.scpi.Release();
+    QCOMPARE(h.socket.data(), QByteArray("ID;;ID;;\nID\nID;\n"));
+    QCOMPARE(h.Ids().last(), IdOf(":SYSTem:VERsion?"));
+    QVERIFY(!h.scpi.Held());
+    h.scpi.Release();  // nothing held: nothing happens
+    QCOMPARE(h.Ids().size(), 9);
+
+    // A client that leaves while held takes everything with it.
+    h.Line(QStringLiteral("*WAI;*IDN?"));
+    h.scpi.SubmitInput(QStringLiteral("*IDN?\n"));
+    h.scpi.Discard();
+    h.scpi.Release();
+    QCOMPARE(h.Ids().size(), 10);
+    QCOMPARE(SysErr::GetErrorCount(), 0);
+}
+
+void TestScpi::errorCodesSetTheirEventBits()
+{
+    // The 488.2 hundreds, whatever the units.
+    for (int code = -100; code > -500; code -= 7)
+    {
+        const int hundreds = -code / 100;
+        const int bit = hundreds == 1 ? 5 : hundreds == 2 ? 4 : hundreds == 3 ? 3 : 2;
+        QCOMPARE(int(ScpiStatus::EventForError(code)), 1 << bit);
+    }
+    QCOMPARE(int(ScpiStatus::EventForError(UndefinedHeader)), 32);
+    QCOMPARE(int(ScpiStatus::EventForError(InvalidParameter)), 32);
+    QCOMPARE(int(ScpiStatus::EventForError(TooFewParameters)), 32);
+    QCOMPARE(int(ScpiStatus::EventForError(InvalidIndex)), 16);
+    QCOMPARE(int(ScpiStatus::EventForError(InvalidOperation)), 16);
+    QCOMPARE(int(ScpiStatus::EventForError(CommandLineError)), 8);
+    QCOMPARE(int(ScpiStatus::EventForError(0)), 0);
+
+    // The status byte from its parts, for every pair of masks on a few registers.
+    for (int esr : {0, 1, 48, 255})
+    {
+        for (int ese = 0; ese < 256; ese += 17)
+        {
+            for (int sre = 0; sre < 256; sre += 29)
+            {
+                for (bool queue : {false, true})
+                {
+                    ScpiStatus st;
+                    st.SetEvent(std::uint8_t(esr));
+                    st.SetEventEnable(ese);
+                    st.SetServiceRequestEnable(sre);
+                    int stb = (queue ? 4 : 0) | ((esr & ese) ? 32 : 0);
+                    stb |= (stb & sre & ~64) ? 64 : 0;
+                    QCOMPARE(st.StatusByte(queue), stb);
+                    QCOMPARE(st.ServiceRequestEnable(), sre & ~64);
+                }
+            }
+        }
+    }
+    ScpiStatus st;
+    st.RecordError(UndefinedHeader);
+    st.RecordError(InvalidIndex);
+    QCOMPARE(st.TakeEvents(), 48);
+    QCOMPARE(st.TakeEvents(), 0);
+}
