@@ -463,21 +463,6 @@ Messung des gleitenden Abschlusses fehlgeschlagen.</translation>
     </message>
 </context>
 <context>
-    <name>KXPlotFrame</name>
-    <message>
-        <source>Plot %1</source>
-        <translation>Diagramm %1</translation>
-    </message>
-    <message>
-        <source>Plot %1: %2</source>
-        <translation>Diagramm %1: %2</translation>
-    </message>
-    <message>
-        <source>Close Plot</source>
-        <translation>Diagramm schließen</translation>
-    </message>
-</context>
-<context>
     <name>CharacterizeStandardDlg</name>
     <message>
         <source>Characterize Standard</source>
@@ -927,6 +912,21 @@ Kalibrierung kann nicht fortgesetzt werden.</translation>
     <message>
         <source>No File Loaded</source>
         <translation>Keine Datei geladen</translation>
+    </message>
+</context>
+<context>
+    <name>KXPlotFrame</name>
+    <message>
+        <source>Plot %1</source>
+        <translation>Diagramm %1</translation>
+    </message>
+    <message>
+        <source>Plot %1: %2</source>
+        <translation>Diagramm %1: %2</translation>
+    </message>
+    <message>
+        <source>Close Plot</source>
+        <translation>Diagramm schließen</translation>
     </message>
 </context>
 <context>
@@ -1448,10 +1448,6 @@ Möchten Sie das Demogerät starten?</translation>
         <translation>Messkurve exportieren</translation>
     </message>
     <message>
-        <source>Not available in this version of the program.</source>
-        <translation>In dieser Programmversion nicht verfügbar.</translation>
-    </message>
-    <message>
         <source>Connect a device by USB and open this menu again.</source>
         <translation>Schließen Sie ein Gerät per USB an und öffnen Sie dieses Menü erneut.</translation>
     </message>
@@ -1774,6 +1770,34 @@ Kalibrierung kann nicht fortgesetzt werden.</translation>
     <message>
         <source>Version %1 is available</source>
         <translation>Version %1 ist verfügbar</translation>
+    </message>
+    <message>
+        <source>Needs a connected instrument and no calibration in progress.</source>
+        <translation>Benötigt ein verbundenes Gerät und keine laufende Kalibrierung.</translation>
+    </message>
+    <message>
+        <source>Instrument State File (*.ini)</source>
+        <translation>Gerätezustandsdatei (*.ini)</translation>
+    </message>
+    <message>
+        <source>Saved Preset: </source>
+        <translation>Voreinstellung gespeichert: </translation>
+    </message>
+    <message>
+        <source>Could not write %1</source>
+        <translation>%1 konnte nicht geschrieben werden</translation>
+    </message>
+    <message>
+        <source>Invalid file format</source>
+        <translation>Ungültiges Dateiformat</translation>
+    </message>
+    <message>
+        <source>Unsupported file version, unable to load file.</source>
+        <translation>Nicht unterstützte Dateiversion, die Datei kann nicht geladen werden.</translation>
+    </message>
+    <message>
+        <source>Loaded Preset: </source>
+        <translation>Voreinstellung geladen: </translation>
     </message>
 </context>
 <context>
@@ -2932,6 +2956,18 @@ Kalibrierung kann nicht fortgesetzt werden.</translation>
         <source>Expected calibration method.</source>
         <translation>Expected calibration method.</translation>
     </message>
+    <message>
+        <source>Expected register value 0 to 255</source>
+        <translation>Expected register value 0 to 255</translation>
+    </message>
+    <message>
+        <source>Expected data format</source>
+        <translation>Expected data format</translation>
+    </message>
+    <message>
+        <source>Expected byte order</source>
+        <translation>Expected byte order</translation>
+    </message>
 </context>
 <context>
     <name>ScpiLogDialog</name>
@@ -3575,6 +3611,41 @@ Kalibrierung kann nicht fortgesetzt werden.</translation>
     </message>
 </context>
 <context>
+    <name>UCalUserCharDlg</name>
+    <message>
+        <source>uCal User Characterization - Measure States</source>
+        <translation>uCal-Benutzercharakterisierung - Zustände messen</translation>
+    </message>
+    <message>
+        <source>Short</source>
+        <translation>Kurzschluss</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Leerlauf</translation>
+    </message>
+    <message>
+        <source>Load</source>
+        <translation>Abschluss</translation>
+    </message>
+    <message>
+        <source>Thru</source>
+        <translation>Durchverbindung</translation>
+    </message>
+    <message>
+        <source>Port A</source>
+        <translation>Port A</translation>
+    </message>
+    <message>
+        <source>Port B</source>
+        <translation>Port B</translation>
+    </message>
+    <message>
+        <source>uCal Port on VNA Port 1</source>
+        <translation>uCal-Port an VNA-Port 1</translation>
+    </message>
+</context>
+<context>
     <name>UCalUserCharacterization</name>
     <message>
         <source>The module is characterized through a two-port calibration.</source>
@@ -3599,6 +3670,10 @@ Kalibrierung kann nicht fortgesetzt werden.</translation>
     <message>
         <source>Unable to write the kit file %1.</source>
         <translation>Die Kalibriersatzdatei %1 kann nicht geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>The module is characterized through a mechanical calibration.</source>
+        <translation>Das Modul wird über eine mechanische Kalibrierung charakterisiert.</translation>
     </message>
 </context>
 <context>

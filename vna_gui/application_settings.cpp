@@ -269,11 +269,12 @@ bool ApplicationSettings::WriteValues(const QString& path, const Values& values)
     }
     // QSettings may take a short write for success: its file must read back whole.
     ok = ok && ReadsBackWhole(work, small);
+    // With no keys QSettings writes no file at all: the result is then an empty file.
     QFile text(work);
     QFile out(path);
-    ok = ok && text.open(QIODevice::ReadOnly) &&
+    ok = ok && (text.open(QIODevice::ReadOnly) || !text.exists()) &&
          out.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
-         ini::InsertByteArrays(text.readAll(), large, out);
+         ini::InsertByteArrays(text.isOpen() ? text.readAll() : QByteArray(), large, out);
     out.close();
     QFile::remove(work);
     return ok && FlushToDisk(path);

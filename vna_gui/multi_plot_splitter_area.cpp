@@ -790,13 +790,3 @@ void ChannelWidget::LoadLayout(ApplicationSettings& settings)
 {
     area->LoadLayout(settings);
 }
-
-void ChannelWidget::SaveLayout(ApplicationSettings& settings) const
-{
-    settings.SaveList(QStringLiteral("PlotLayout"), frames.keys());
-}
-
-void ChannelWidget::LoadLayout(ApplicationSettings&)
-{
-    // The grid places the plots in slot order, which the plots added already give.
-}
