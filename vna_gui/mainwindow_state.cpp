@@ -71,6 +71,10 @@ bool MainWindow::SaveInstrumentState(const QString& path)
     lastPresetFileName = path;
     bool ok = false;
     const QStringList titles = PlotTitles();
+    // The loop fills the channels' data without a lock, so it pauses while the file is written
+    // and carries on afterwards: the file holds one consistent sweep.
+    const bool wasRunning = model.MeasRunning();
+    MeasStop();
     RunStateFileWork(tr("Save Instrument State"),
                      [&]
                      {
@@ -85,6 +89,10 @@ bool MainWindow::SaveInstrumentState(const QString& path)
                          s.Sync();
                          ok = s.WriteStatus() == QSettings::NoError;
                      });
+    if (wasRunning)
+    {
+        MeasStart();
+    }
     statusBarWidget->SetMessage(ok ? tr("Saved Preset: ") + QFileInfo(path).fileName()
                                    : tr("Could not write %1").arg(path));
     return ok;
