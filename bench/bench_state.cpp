@@ -103,7 +103,7 @@ void BM_LoadState(benchmark::State& state)
     VNAModel m;
     for (auto _ : state)
     {
-        ApplicationSettings s(path);
+        ApplicationSettings s(path, ApplicationSettings::ReadOnly);
         if (!state::LoadModel(s, m))
         {
             state.SkipWithError("state file refused");

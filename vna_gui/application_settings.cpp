@@ -174,6 +174,10 @@ QSettings::Status ApplicationSettings::WriteStatus() const
 
 bool ApplicationSettings::Commit()
 {
+    if (mode == ReadOnly)
+    {
+        return true;
+    }
     if (target.isEmpty())
     {
         sync();

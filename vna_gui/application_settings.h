@@ -22,10 +22,13 @@ public:
     explicit ApplicationSettings(const QString& fileName, QObject* parent = nullptr);
     // Replace starts empty and writes the file whole, without reading what it held: for files
     // that are always written anew, such as instrument states.
+    // ReadOnly reads the file and never writes it back, nor compares what it holds on the way
+    // out: for large files that are only read.
     enum Mode
     {
         Merge,
-        Replace
+        Replace,
+        ReadOnly
     };
     ApplicationSettings(const QString& fileName, Mode mode, QObject* parent = nullptr);
     ApplicationSettings(Scope scope, const QString& organization, const QString& application,

@@ -650,6 +650,8 @@ private:
     // Whether an operator's calibration can start on the active channel: none in progress and an
     // instrument connected. Warns when not.
     bool CanStartCalibration();
+    // False, with the warning shown, when the kit lacks a standard the calibration type needs.
+    bool KitCanPerform(const VNACalKit& kit, VNACalType type);
     // Runs the measuring dialog that make builds, with the instrument held, for a channel; true
     // when accepted.
     bool RunCalibrationDialog(int channel, const std::function<CalMeasureDlg*()>& make);

@@ -86,6 +86,19 @@ void MainWindow::calStartNewCalibration()
     PerformCalibration();
 }
 
+bool MainWindow::KitCanPerform(const VNACalKit& kit, VNACalType type)
+{
+    if (kit.CanPerform(type))
+    {
+        return true;
+    }
+    ShowMessageBoxWarning(this, tr("Calibration Kit Incomplete"),
+                          tr("The calibration kit selected cannot perform this calibration.\n"
+                             "Please ensure all measurement classes are assigned for the "
+                             "specified calibration type."));
+    return false;
+}
+
 bool MainWindow::CanStartCalibration()
 {
     if (CalibrationInProgress())
@@ -125,12 +138,8 @@ void MainWindow::PerformCalibration()
     cal.SetStimulus(channel->stimulus);
     cal.SetCalType(setup.GetCalType(), setup.GetPort());
     cal.SetCalKit(kit);
-    if (!kit.CanPerform(setup.GetCalType()))
+    if (!KitCanPerform(kit, setup.GetCalType()))
     {
-        ShowMessageBoxWarning(this, tr("Calibration Kit Incomplete"),
-                              tr("The calibration kit selected cannot perform this calibration.\n"
-                                 "Please ensure all measurement classes are assigned for the "
-                                 "specified calibration type."));
         return;
     }
     const int index = channel->index;

@@ -149,12 +149,8 @@ void MainWindow::PerformECalibration()
     cal.SetCalType(type, type == SOL ? setup.GetVNAPort() : 0);
     cal.SetUCalPort(type == SOL ? setup.GetUCalPort() : (map.IsCrossed() ? 1 : 0));
     cal.SetCalKit(OrientUCalKit(kit, map));
-    if (!cal.GetCalKit().CanPerform(type))
+    if (!KitCanPerform(cal.GetCalKit(), type))
     {
-        ShowMessageBoxWarning(this, tr("Calibration Kit Incomplete"),
-                              tr("The calibration kit selected cannot perform this calibration.\n"
-                                 "Please ensure all measurement classes are assigned for the "
-                                 "specified calibration type."));
         return;
     }
     const int index = channel->index;

@@ -71,6 +71,7 @@ bool MainWindow::SaveInstrumentState(const QString& path)
     lastPresetFileName = path;
     bool ok = false;
     const QStringList titles = PlotTitles();
+    const QString layout = plotArea->Area()->Describe(true);
     // The loop fills the channels' data without a lock, so it pauses while the file is written
     // and carries on afterwards: the file holds one consistent sweep.
     const bool wasRunning = model.MeasRunning();
@@ -84,7 +85,7 @@ bool MainWindow::SaveInstrumentState(const QString& path)
                          state::SaveHeader(s, model);
                          state::SaveChannels(s, model);
                          state::SavePlotSlots(s, titles);
-                         plotArea->SaveLayout(s);
+                         KXMultiPlotSplitterArea::SaveLayout(s, layout);
                          state::SaveTraces(s, model);
                          s.Sync();
                          ok = s.WriteStatus() == QSettings::NoError;
@@ -109,7 +110,7 @@ bool MainWindow::LoadInstrumentState(const QString& path)
     RunStateFileWork(tr("Load Instrument State"),
                      [&]
                      {
-                         file.reset(new ApplicationSettings(path));
+                         file.reset(new ApplicationSettings(path, ApplicationSettings::ReadOnly));
                          file->moveToThread(thread());
                      });
     ApplicationSettings& s = *file;

@@ -529,8 +529,13 @@ QString KXMultiPlotSplitterArea::Describe(bool withSizes) const
 
 void KXMultiPlotSplitterArea::SaveLayout(ApplicationSettings& settings) const
 {
+    SaveLayout(settings, Describe(true));
+}
+
+void KXMultiPlotSplitterArea::SaveLayout(ApplicationSettings& settings, const QString& description)
+{
     settings.BeginGroup(kGroup);
-    settings.Save(kTreeKey, Describe(true));
+    settings.Save(kTreeKey, description);
     settings.EndGroup();
 }
 

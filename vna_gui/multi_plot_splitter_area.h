@@ -79,6 +79,8 @@ public:
 
     // Group "PlotLayout" of the settings, which stay positioned where they were.
     void SaveLayout(ApplicationSettings& settings) const;
+    // The same for a description taken earlier, so that a file thread need not read widgets.
+    static void SaveLayout(ApplicationSettings& settings, const QString& description);
     // Rearranges the plots present after the saved tree. Plots it does not name keep a default
     // place; what it names that does not exist, and text that does not parse, are ignored.
     void LoadLayout(ApplicationSettings& settings);
