@@ -942,7 +942,16 @@ void Scpi::SendLine(const QByteArray& text)
     socket->write("\n", 1);
     if (debugShown())
     {
-        qDebug() << "Reply Sent: " << text;
+        // A data block is megabytes: quoting it into the debug log took longer than building it.
+        constexpr int kShown = 200;
+        if (text.size() <= kShown)
+        {
+            qDebug() << "Reply Sent: " << text;
+        }
+        else
+        {
+            qDebug() << "Reply Sent: " << text.left(kShown) << "..." << text.size() << "bytes";
+        }
     }
 }
 

@@ -1,9 +1,12 @@
 """The NVX400 client: a PyVISA session on the application's SCPI socket."""
 
+import select
+import socket
 import time
 
 import numpy as np
 import pyvisa
+from pyvisa import constants
 
 # Bits of the standard event status register.
 ESR_OPERATION_COMPLETE = 0x01
@@ -139,9 +142,38 @@ class NVX400:
 
     # --- data ----------------------------------------------------------------------------------
     def _data(self, measure, kind):
-        return self._inst.query_binary_values(
-            f":CALC{self.channel}:MEAS{measure}:DATA:{kind}?", datatype="d",
-            is_big_endian=False, container=np.array)
+        return self.query_block(f":CALC{self.channel}:MEAS{measure}:DATA:{kind}?")
+
+    def query_block(self, command, dtype="<f8"):
+        """Sends a data query and returns its definite-length block reply as a numpy array.
+
+        pyvisa-py hands a socket reply over in 4 kB pieces and, with the line-feed terminator
+        on, stops at every line-feed byte inside the block: a 1 MB trace took thousands of
+        library calls. On a pyvisa-py socket session the block is therefore taken from the
+        session's socket straight into the array; other backends read it through PyVISA with
+        the terminator switched off.
+        """
+        self._inst.write(command)
+        session = _pyvisa_py_socket(self._inst)
+        if session is not None:
+            read = _SocketReader(session, self._inst.timeout)
+        else:
+            read = _ResourceReader(self._inst)
+        head = read.exactly(2)
+        if head[0:1] != b"#" or not head[1:2].isdigit() or head[1:2] == b"0":
+            rest = b"" if b"\n" in head else read.line()
+            text = (head + rest).decode("ascii", "replace").strip()
+            raise NVX400Error(f"{command} did not reply with a data block: {text!r}")
+        digits = int(head[1:2])
+        length_text = read.exactly(digits)
+        if not length_text.isdigit():
+            raise NVX400Error(f"{command}: damaged block length {length_text!r}")
+        length = int(length_text)
+        body = read.into(np.empty(length + 1, dtype=np.uint8))
+        if body[length] != 0x0A:
+            raise NVX400Error(f"{command}: the block does not end with a line feed")
+        itemsize = np.dtype(dtype).itemsize
+        return body[: length - length % itemsize].view(dtype)
 
     def frequencies(self, measure=1):
         return self._data(measure, "X")
@@ -190,3 +222,85 @@ class NVX400:
         f, s = self.read_sparameters()
         frequency = skrf.Frequency.from_f(f, unit="hz")
         return skrf.Network(frequency=frequency, s=s, name=name)
+
+
+def _pyvisa_py_socket(resource):
+    """The pyvisa-py session of a TCPIP SOCKET resource, or None for any other backend or a
+    pyvisa-py whose insides differ from the ones this was written against."""
+    sessions = getattr(resource.visalib, "sessions", None)
+    session = sessions.get(resource.session) if isinstance(sessions, dict) else None
+    if isinstance(getattr(session, "interface", None), socket.socket) and isinstance(
+            getattr(session, "_pending_buffer", None), bytearray):
+        return session
+    return None
+
+
+class _SocketReader:
+    """Reads a reply from a pyvisa-py socket session: first what the session has buffered
+    past its last line, then the socket itself, each wait bounded by the resource's timeout."""
+
+    def __init__(self, session, timeout_ms):
+        self._pending = session._pending_buffer
+        self._socket = session.interface
+        self._timeout = None if timeout_ms is None else timeout_ms / 1000.0
+
+    def _wait(self):
+        ready, _, _ = select.select([self._socket], [], [], self._timeout)
+        if not ready:
+            raise pyvisa.errors.VisaIOError(constants.StatusCode.error_timeout)
+
+    def into(self, array):
+        view = memoryview(array).cast("B")
+        got = min(len(self._pending), len(view))
+        view[:got] = self._pending[:got]
+        del self._pending[:got]
+        while got < len(view):
+            self._wait()
+            count = self._socket.recv_into(view[got:])
+            if count == 0:
+                raise NVX400Error("the instrument closed the connection")
+            got += count
+        return array
+
+    def exactly(self, count):
+        return bytes(self.into(bytearray(count)))
+
+    def line(self):
+        """Up to and with the next line feed; what follows stays buffered for the session."""
+        out = bytearray()
+        while True:
+            end = self._pending.find(b"\n")
+            if end >= 0:
+                out += self._pending[:end + 1]
+                del self._pending[:end + 1]
+                return bytes(out)
+            out += self._pending
+            self._pending.clear()
+            self._wait()
+            chunk = self._socket.recv(1 << 16)
+            if not chunk:
+                raise NVX400Error("the instrument closed the connection")
+            self._pending += chunk
+
+
+class _ResourceReader:
+    """The same reads through PyVISA, for backends whose insides are not known here."""
+
+    def __init__(self, resource):
+        self._resource = resource
+
+    def into(self, array):
+        view = memoryview(array).cast("B")
+        # Block bytes may be line feeds: read them with the terminator off.
+        self._resource.set_visa_attribute(constants.ResourceAttribute.termchar_enabled, False)
+        try:
+            view[:] = self._resource.read_bytes(len(view))
+        finally:
+            self._resource.set_visa_attribute(constants.ResourceAttribute.termchar_enabled, True)
+        return array
+
+    def exactly(self, count):
+        return bytes(self.into(bytearray(count)))
+
+    def line(self):
+        return self._resource.read_raw()

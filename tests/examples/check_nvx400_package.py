@@ -6,7 +6,7 @@ import sys
 
 import numpy as np
 
-from nvx400 import NVX400, parse_block
+from nvx400 import NVX400, NVX400Error, parse_block
 
 PORT = int(sys.argv[1])
 failures = []
@@ -53,6 +53,30 @@ with NVX400(f"TCPIP0::127.0.0.1::{PORT}::SOCKET") as vna:
     raw = vna._inst.query_binary_values(":CALC1:MEAS1:DATA:X?", datatype="d",
                                         is_big_endian=False, container=np.array)
     check(np.array_equal(raw, f), "frequencies through query_binary_values")
+    # The socket fast path against PyVISA's own reads, on a block full of line-feed bytes.
+    from nvx400 import instrument
+    fast = vna.read_trace(1, "SDATA")
+    check(np.count_nonzero(fast.view(np.uint8) == 0x0A) > 0, "block holds line-feed bytes")
+    socket_of = instrument._pyvisa_py_socket
+    instrument._pyvisa_py_socket = lambda resource: None
+    try:
+        check(np.array_equal(vna.read_trace(1, "SDATA"), fast), "PyVISA reads equal the socket")
+        vna.write(":FORM:DATA ASC")
+        try:
+            vna.read_trace(1, "SDATA")
+            check(False, "ASCII reply refused as a block (PyVISA reads)")
+        except NVX400Error:
+            check(True, "ASCII reply refused as a block (PyVISA reads)")
+    finally:
+        instrument._pyvisa_py_socket = socket_of
+    try:
+        vna.read_trace(1, "SDATA")
+        check(False, "ASCII reply refused as a block")
+    except NVX400Error as e:
+        check("did not reply with a data block" in str(e), "ASCII reply refused as a block")
+    vna.write(":FORM:DATA REAL,64")
+    check(vna.idn.startswith("Kestrix,NVX400,"), "session in step after a refused reply")
+    check(np.array_equal(vna.read_trace(1, "SDATA"), fast), "block read again after it")
     block = b"#216" + np.array([1.5, -2.25], "<f8").tobytes()
     check(np.array_equal(parse_block(block), [1.5, -2.25]), "parse_block")
 
