@@ -1,6 +1,7 @@
 // The one persistence mechanism: INI files with typed vectors, plus where the program keeps files.
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QSettings>
@@ -76,6 +77,11 @@ public:
     void SaveList(const QString& key, const QList<int>& list);
     void LoadList(const QString& key, QList<int>& list);
 
+    // Widens every long float-pair byte array ahead of use: a later Load() of such a complex
+    // vector, on whatever thread, then only shares the result. For a store that is read on one
+    // thread and applied on another; the store must not change afterwards.
+    void PrepareComplexVectors();
+
 private:
     using Values = QMap<QString, QVariant>;
 
@@ -92,6 +98,8 @@ private:
     Values written;  // what the file held, as far as this store knows: changes are measured here
     bool commitFailed = false;
     Mode mode = Merge;
+    // Widened vectors by the storage of the byte array they came from.
+    QHash<const char*, QVector<std::complex<double>>> prepared;
 };
 
 QString GetMyDocumentsPath();

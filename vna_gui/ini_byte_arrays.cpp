@@ -1,9 +1,15 @@
 #include "ini_byte_arrays.h"
 
+#include <fcntl.h>
+
+#include <QFileDevice>
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <condition_variable>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -29,7 +35,8 @@ struct Escape
 {
     char text[4];
     int length;
-    bool opensHex;  // a following hex digit must be escaped too, or it would extend this escape
+    bool opensHex;     // a following hex digit must be escaped too, or it would extend this escape
+    bool needsQuotes;  // the whole value must then be quoted
 };
 
 char* AppendHex(char* out, unsigned char c)
@@ -104,6 +111,27 @@ const std::array<Escape, 256>& EscapeTable()
             {
                 e.text[0] = char(c);
                 e.length = 1;
+                e.needsQuotes = c == ';' || c == ',' || c == '=';
+            }
+        }
+        return t;
+    }();
+    return table;
+}
+
+// How one byte is written after one that left a hex escape open: hex digits are escaped too.
+const std::array<Escape, 256>& EscapeAfterHexTable()
+{
+    static const std::array<Escape, 256> table = []
+    {
+        std::array<Escape, 256> t = EscapeTable();
+        for (int c = 0; c < 256; ++c)
+        {
+            if (IsHexDigit((unsigned char)c))
+            {
+                Escape& e = t[size_t(c)];
+                e.length = int(AppendHex(e.text, (unsigned char)c) - e.text);
+                e.opensHex = true;
             }
         }
         return t;
@@ -284,16 +312,17 @@ bool GuessByteArrayLine(const char*& p, const char* end, F& line)
     return true;
 }
 
-// Calls `line(begin, equals, end, guessed)` for each logical line of `text` as QSettings splits it:
-// leading white space skipped, quotes and backslashes carry a line over a line break, and an
-// unquoted ';' ends it. `equals` is the first unquoted '=' or null.
+// Calls `line(begin, equals, end, guessed)` for each logical line of [p, end) as QSettings splits
+// it: leading white space skipped, quotes and backslashes carry a line over a line break, and an
+// unquoted ';' ends it. `equals` is the first unquoted '=' or null. True when the last line ended
+// at a line break of its own rather than at `end`: a scan of a text cut after a line feed then
+// agrees with a scan of the whole text up to the cut.
 template <typename F>
-void ForEachLine(const QByteArray& text, F line, bool guessValues = false)
+bool ForEachLine(const char* p, const char* const end, F line, bool guessValues = false)
 {
-    const char* p = text.constData();
-    const char* const end = p + text.size();
     const auto isSpace = [](char c)
     { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; };
+    bool atBreak = true;
     while (p != end)
     {
         while (p != end && isSpace(*p))
@@ -303,6 +332,7 @@ void ForEachLine(const QByteArray& text, F line, bool guessValues = false)
         const char* const start = p;
         if (guessValues && GuessByteArrayLine(p, end, line))
         {
+            atBreak = p[-1] == '\n';
             continue;
         }
         const char* equals = nullptr;
@@ -349,6 +379,7 @@ void ForEachLine(const QByteArray& text, F line, bool guessValues = false)
             }
             ++p;
         }
+        atBreak = p != end;
         if (p != start)
         {
             line(start, comment && p == start ? nullptr : equals, p, false);
@@ -357,8 +388,16 @@ void ForEachLine(const QByteArray& text, F line, bool guessValues = false)
         {
             const char* eol = static_cast<const char*>(memchr(p, '\n', size_t(end - p)));
             p = eol ? eol : end;
+            atBreak = eol != nullptr;
         }
     }
+    return atBreak;
+}
+
+template <typename F>
+void ForEachLine(const QByteArray& text, F line)
+{
+    ForEachLine(text.constData(), text.constData() + text.size(), line);
 }
 
 // The section a header line opens; empty (no key of it taken) when it is not plain.
@@ -370,46 +409,99 @@ QByteArray SectionOf(const char* begin, const char* end)
     }
     return QByteArray(begin + 1, int(end - begin - 2));
 }
+
+// Whether a hex escape is still open after the bytes before `at`: hex digits after an escape are
+// escaped too and keep it open, so the last byte that is not a hex digit decides.
+bool OpenHexBefore(const unsigned char* begin, const unsigned char* at)
+{
+    while (at != begin && IsHexDigit(at[-1]))
+    {
+        --at;
+    }
+    return at != begin && EscapeTable()[at[-1]].opensHex;
+}
+
+// QSettings' escaped text of [p, end) at `o`, which has room for 4 characters a byte; `openHex`
+// tells whether the byte before `p` ended in an open hex escape. Returns the end of the text.
+char* EscapeRange(const unsigned char* p, const unsigned char* const end, bool openHex, char* o,
+                  bool& needsQuotes)
+{
+    // Table driven, without a branch on the data: the bytes of float vectors are random.
+    const std::array<Escape, 256>* const tables[2] = {&EscapeTable(), &EscapeAfterHexTable()};
+    bool quotes = false;
+    for (; p != end; ++p)
+    {
+        const Escape& e = (*tables[openHex])[*p];
+        memcpy(o, e.text, 4);
+        o += e.length;
+        openHex = e.opensHex;
+        quotes |= e.needsQuotes;
+    }
+    needsQuotes = needsQuotes || quotes;
+    return o;
+}
 }  // namespace
 
 namespace ini
 {
-QByteArray EscapeByteArray(const QByteArray& bytes)
+namespace
 {
-    const auto& table = EscapeTable();
-    QByteArray out;
-    out.resize(kPrefixLength + 4 * bytes.size() + 3);
-    char* o = out.data();
-    *o++ = '"';  // dropped again below when no quotes are needed
-    memcpy(o, kPrefix, kPrefixLength);
-    o += kPrefixLength;
-    bool openHex = false;
+// The escaped text of `bytes` in `out`, whose storage is reused from call to call.
+void EscapeInto(const QByteArray& bytes, QByteArray& out, bool twoThreads)
+{
+    const auto* const data = reinterpret_cast<const unsigned char*>(bytes.constData());
+    const int n = bytes.size();
+    out.resize(kPrefixLength + 4 * n + 3);
+    out[0] = '"';
+    memcpy(out.data() + 1, kPrefix, kPrefixLength);
+    char* const body = out.data() + 1 + kPrefixLength;
     bool needsQuotes = false;
-    const unsigned char* p = reinterpret_cast<const unsigned char*>(bytes.constData());
-    const unsigned char* const end = p + bytes.size();
-    for (; p != end; ++p)
+    char* o = nullptr;
+    // A vector of a long sweep is escaped in two halves at once; the second half is written
+    // after the room the first could take at most, and moved down to join it.
+    constexpr int kTwoThreadSize = 1 << 16;
+    if (twoThreads && n >= kTwoThreadSize)
     {
-        const unsigned char c = *p;
-        if (openHex && IsHexDigit(c))
-        {
-            o = AppendHex(o, c);
-            continue;
-        }
-        const Escape& e = table[c];
-        memcpy(o, e.text, 4);
-        o += e.length;
-        openHex = e.opensHex;
-        needsQuotes |= (c == ';' || c == ',' || c == '=');
+        const int half = n / 2;
+        char* const secondAt = body + 4 * half;
+        char* secondEnd = nullptr;
+        bool secondQuotes = false;
+        std::thread second(
+            [&]
+            {
+                secondEnd = EscapeRange(data + half, data + n, OpenHexBefore(data, data + half),
+                                        secondAt, secondQuotes);
+            });
+        o = EscapeRange(data, data + half, false, body, needsQuotes);
+        second.join();
+        memmove(o, secondAt, size_t(secondEnd - secondAt));
+        o += secondEnd - secondAt;
+        needsQuotes |= secondQuotes;
+    }
+    else
+    {
+        o = EscapeRange(data, data + n, false, body, needsQuotes);
     }
     *o++ = ')';
     if (needsQuotes)
     {
         *o++ = '"';
-        out.resize(int(o - out.constData()));
-        return out;
+    }
+    else
+    {
+        // The room kept for an opening quote is not needed.
+        memmove(out.data(), out.data() + 1, size_t(o - out.constData() - 1));
+        --o;
     }
     out.resize(int(o - out.constData()));
-    return out.mid(1);
+}
+}  // namespace
+
+QByteArray EscapeByteArray(const QByteArray& bytes)
+{
+    QByteArray out;
+    EscapeInto(bytes, out, true);
+    return out;
 }
 
 bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out)
@@ -432,16 +524,36 @@ bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out)
     const bool* const plain = quoted ? kPlainQuoted.data() : kPlainUnquoted.data();
     while (p != stop)
     {
-        const unsigned char c = (unsigned char)*p++;
+        const unsigned char c = (unsigned char)*p;
         if (plain[c])
         {
             *o++ = char(c);
+            ++p;
             continue;
         }
         if (c != '\\')
         {
             return false;  // a character QSettings reads otherwise: leave it to QSettings
         }
+        // "\xH" or "\xHH" with no hex digit after it: nearly every escape of float data.
+        if (stop - p >= 4 && p[1] == 'x')
+        {
+            const int high = kHexValue[(unsigned char)p[2]];
+            const int low = kHexValue[(unsigned char)p[3]];
+            if (high >= 0 && low < 0)
+            {
+                *o++ = char(high);
+                p += 3;
+                continue;
+            }
+            if (high >= 0 && (stop - p == 4 || kHexValue[(unsigned char)p[4]] < 0))
+            {
+                *o++ = char(high * 16 + low);
+                p += 4;
+                continue;
+            }
+        }
+        ++p;
         if (p != stop && *p == 'x')
         {
             // The common case in float data, kept inline.
@@ -513,104 +625,199 @@ bool PlainKey(const QString& key)
 void ExtractByteArrays(const QByteArray& text, int minSize, QByteArray& rest,
                        QMap<QString, QByteArray>& values)
 {
-    // Lines must be found in order, since quotes and backslashes carry state from one to the
-    // next; the values, most of the work, are then decoded on two threads.
+    // A line that may hold a large value. Its key is named once the section it lies in is known:
+    // a scan that starts in the middle of the text learns that from the scan before it.
     struct Candidate
     {
-        QString key;
+        const char* begin;
         const char* equals;
         const char* end;
+        QByteArray section;
+        bool sectionKnown = true;
+        bool guessed = false;  // found without scanning the line
+        bool decoded = false;
         QByteArray bytes;
-        bool ok = false;
-        bool guessed = false;
     };
-    std::vector<Candidate> candidates;
-    QByteArray section;
-    QString key;
-    qint64 total = 0;
-    const auto scan = [&](bool guess)
+    // The lines of one stretch of text, scanned and decoded by one thread.
+    struct Part
     {
-        candidates.clear();
-        section.clear();
-        total = 0;
-        ForEachLine(
-            text,
-            [&](const char* begin, const char* equals, const char* end, bool guessed)
+        const char* begin;
+        const char* end;
+        std::vector<Candidate> candidates;
+        QByteArray section;
+        bool sectionKnown = false;
+        bool atBreak = false;
+        qint64 total = 0;
+
+        void Scan(bool guess, int minSize)
+        {
+            candidates.clear();
+            total = 0;
+            atBreak = ForEachLine(
+                begin, end,
+                [&](const char* lineBegin, const char* equals, const char* lineEnd, bool guessed)
+                {
+                    if (*lineBegin == '[')
+                    {
+                        section = SectionOf(lineBegin, lineEnd);
+                        sectionKnown = true;
+                    }
+                    else if (guessed || (equals && lineEnd - equals > minSize))
+                    {
+                        // A guessed line is taken whatever its size: its decoding is what proves
+                        // where the line ends.
+                        candidates.push_back({lineBegin,
+                                              equals,
+                                              lineEnd,
+                                              section,
+                                              sectionKnown,
+                                              guessed,
+                                              false,
+                                              {}});
+                        total += lineEnd - equals;
+                    }
+                },
+                guess);
+        }
+
+        void Decode(size_t from, size_t to)
+        {
+            for (size_t i = from; i < to; ++i)
             {
-                if (*begin == '[')
-                {
-                    section = SectionOf(begin, end);
-                }
-                else if (equals && end - equals > minSize &&
-                         FullKey(section, QByteArray::fromRawData(begin, int(equals - begin)), key))
-                {
-                    candidates.push_back({key, equals, end, QByteArray(), false, guessed});
-                    total += end - equals;
-                }
-                else if (guessed)
-                {
-                    // A guessed line must be taken, or its text was never scanned.
-                    candidates.push_back({QString(), equals, end, QByteArray(), false, true});
-                }
-            },
-            guess);
-    };
-    const auto decode = [&](size_t from, size_t to)
-    {
-        for (size_t i = from; i < to; ++i)
+                Candidate& c = candidates[i];
+                c.decoded = UnescapeByteArray(c.equals + 1, c.end, c.bytes);
+            }
+        }
+
+        void Decode() { Decode(0, candidates.size()); }
+
+        bool GuessesHeld() const
         {
-            Candidate& c = candidates[i];
-            c.ok = !c.key.isNull() && UnescapeByteArray(c.equals + 1, c.end, c.bytes) &&
-                   c.bytes.size() >= minSize;
+            return std::all_of(candidates.begin(), candidates.end(),
+                               [](const Candidate& c) { return c.decoded || !c.guessed; });
         }
     };
-    const auto decodeAll = [&]
+    const char* const textEnd = text.constData() + text.size();
+    std::vector<Part> parts;
+
+    // Two halves, each scanned and decoded on a thread of its own. The second half starts after
+    // a line feed; the split holds when the first half's last line ends at a line break of its
+    // own and every guessed line decodes.
+    constexpr int kSplitSize = 1 << 20;
+    const char* split = text.size() >= kSplitSize
+                            ? static_cast<const char*>(memchr(text.constData() + text.size() / 2,
+                                                              '\n', size_t(text.size() / 2)))
+                            : nullptr;
+    if (split && split + 1 != textEnd)
     {
-        size_t half = 0;
-        for (qint64 seen = 0; half < candidates.size() && seen < total / 2; ++half)
+        parts = {Part{text.constData(), split + 1, {}, {}, true},
+                 Part{split + 1, textEnd, {}, {}, false}};
+        // The halves decode at different speeds (the share of escapes differs): a thread done
+        // with its own half helps with the other's once that has been scanned.
+        std::atomic<size_t> next[2] = {{0}, {0}};
+        std::atomic<bool> scanned[2] = {{false}, {false}};
+        const auto decodeFrom = [&parts, &next](size_t i)
         {
-            seen += candidates[half].end - candidates[half].equals;
-        }
-        std::thread second(decode, half, candidates.size());
-        decode(0, half);
+            for (size_t c = next[i]++; c < parts[i].candidates.size(); c = next[i]++)
+            {
+                parts[i].Decode(c, c + 1);
+            }
+        };
+        const auto work = [&](size_t i)
+        {
+            parts[i].Scan(true, minSize);
+            scanned[i] = true;
+            decodeFrom(i);
+            while (!scanned[1 - i])
+            {
+                std::this_thread::yield();
+            }
+            decodeFrom(1 - i);
+        };
+        std::thread second(work, 1);
+        work(0);
         second.join();
-        return std::all_of(candidates.begin(), candidates.end(),
-                           [](const Candidate& c) { return c.ok || !c.guessed; });
-    };
-    scan(true);
-    if (!decodeAll())
+        if (!parts[0].atBreak || !parts[0].GuessesHeld() || !parts[1].GuessesHeld())
+        {
+            parts.clear();
+        }
+    }
+    if (parts.empty())
     {
-        scan(false);
-        decodeAll();
+        // One scan over the whole text, which must run in order; the decoding, most of the
+        // work, still on two threads.
+        parts = {Part{text.constData(), textEnd, {}, {}, true}};
+        Part& whole = parts[0];
+        const auto decodeOnTwoThreads = [&whole]
+        {
+            size_t half = 0;
+            for (qint64 seen = 0; half < whole.candidates.size() && seen < whole.total / 2; ++half)
+            {
+                seen += whole.candidates[half].end - whole.candidates[half].equals;
+            }
+            std::thread second([&whole, half] { whole.Decode(half, whole.candidates.size()); });
+            whole.Decode(0, half);
+            second.join();
+        };
+        whole.Scan(true, minSize);
+        decodeOnTwoThreads();
+        if (!whole.GuessesHeld())
+        {
+            whole.Scan(false, minSize);
+            decodeOnTwoThreads();
+        }
     }
 
     rest.clear();
-    rest.reserve(int(std::min<qint64>(text.size() - total + 64 * qint64(candidates.size()),
-                                      std::numeric_limits<int>::max() / 2)));
-    const char* copied = text.constData();
-    for (Candidate& c : candidates)
+    qint64 taken = 0;
+    for (const Part& part : parts)
     {
-        if (c.ok)
+        taken += part.total;
+    }
+    rest.reserve(int(
+        std::min<qint64>(text.size() - taken + 64 * 1024, std::numeric_limits<int>::max() / 2)));
+    const char* copied = text.constData();
+    QByteArray section;
+    QString key;
+    for (Part& part : parts)
+    {
+        for (Candidate& c : part.candidates)
         {
-            values.insert(c.key, c.bytes);  // a later line of the same key wins, as in QSettings
-            rest.append(copied, int(c.equals - copied));
-            rest.append(kPlaceholder, kPlaceholderLength);
-            copied = c.end;
+            if (!c.sectionKnown)
+            {
+                c.section = section;
+            }
+            if (c.decoded && c.bytes.size() >= minSize && c.equals &&
+                FullKey(c.section, QByteArray::fromRawData(c.begin, int(c.equals - c.begin)), key))
+            {
+                values.insert(key, c.bytes);  // a later line of the same key wins, as in QSettings
+                rest.append(copied, int(c.equals - copied));
+                rest.append(kPlaceholder, kPlaceholderLength);
+                copied = c.end;
+            }
+        }
+        if (part.sectionKnown)
+        {
+            section = part.section;
         }
     }
-    rest.append(copied, int(text.constData() + text.size() - copied));
+    rest.append(copied, int(textEnd - copied));
 }
 
 bool InsertByteArrays(const QByteArray& text, const QMap<QString, QByteArray>& values,
                       QIODevice& out)
 {
+    // Where each value goes: after the text from the previous one up to its '='.
+    struct Place
+    {
+        const char* from;
+        const char* equals;
+        const QByteArray* value;
+    };
+    std::vector<Place> places;
     QByteArray section;
     QString key;
-    int placed = 0;
-    bool ok = true;
     const char* copied = text.constData();
-    const auto write = [&](const char* from, const char* to)
-    { ok = ok && out.write(from, to - from) == to - from; };
     ForEachLine(text,
                 [&](const char* begin, const char* equals, const char* end, bool)
                 {
@@ -628,14 +835,53 @@ bool InsertByteArrays(const QByteArray& text, const QMap<QString, QByteArray>& v
                     const auto it = values.constFind(key);
                     if (it != values.constEnd())
                     {
-                        write(copied, equals + 1);
-                        const QByteArray escaped = EscapeByteArray(*it);
-                        write(escaped.constData(), escaped.constData() + escaped.size());
+                        places.push_back({copied, equals, &*it});
                         copied = end;
-                        ++placed;
                     }
                 });
+
+    // For a file, the disk starts writing each value while the next ones are escaped: the
+    // flush that ends a save then waits for little.
+    auto* const file = qobject_cast<QFileDevice*>(&out);
+    const int fd = file ? file->handle() : -1;
+    qint64 written = 0;
+    bool ok = true;
+    const auto write = [&](const char* from, const char* to)
+    {
+        ok = ok && out.write(from, to - from) == to - from;
+#ifdef __linux__
+        if (ok && fd >= 0 && to - from >= (1 << 16))
+        {
+            ::sync_file_range(fd, written, to - from, SYNC_FILE_RANGE_WRITE);
+        }
+#endif
+        written += to - from;
+    };
+
+    // Two threads take the values in turn; each escapes its next value while the other writes,
+    // and the writes keep the order of the text.
+    std::mutex turnMutex;
+    std::condition_variable turnChanged;
+    // Guarded by turnMutex: the place whose text is written next, and the writes themselves.
+    size_t turn = 0;
+    const auto worker = [&](size_t first)
+    {
+        QByteArray escaped;
+        for (size_t i = first; i < places.size(); i += 2)
+        {
+            EscapeInto(*places[i].value, escaped, false);
+            std::unique_lock<std::mutex> lock(turnMutex);
+            turnChanged.wait(lock, [&] { return turn == i; });
+            write(places[i].from, places[i].equals + 1);
+            write(escaped.constData(), escaped.constData() + escaped.size());
+            ++turn;
+            turnChanged.notify_all();
+        }
+    };
+    std::thread second(worker, 1);
+    worker(0);
+    second.join();
     write(copied, text.constData() + text.size());
-    return ok && placed == values.size();
+    return ok && places.size() == size_t(values.size());
 }
 }  // namespace ini

@@ -111,6 +111,9 @@ bool MainWindow::LoadInstrumentState(const QString& path)
                      [&]
                      {
                          file.reset(new ApplicationSettings(path, ApplicationSettings::ReadOnly));
+                         // The window only takes the vectors over: widening hundreds of
+                         // megabytes there would stop it for a second.
+                         file->PrepareComplexVectors();
                          file->moveToThread(thread());
                      });
     ApplicationSettings& s = *file;

@@ -5,6 +5,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <complex>
+#include <thread>
 
 #include "application_settings.h"
 #include "ini_byte_arrays.h"
@@ -62,6 +64,30 @@ Values Samples()
         }
         v.insert(QStringLiteral("Channels/%1/Channel/Vector%2").arg(i % 3).arg(i), bytes);
     }
+    // Long vectors are escaped in two halves at once: the cut falls inside hex digits after a hex
+    // or NUL escape, inside hex digits after a plain character, and just after a byte that needs
+    // quotes.
+    const QList<QByteArray> middles = {QByteArray("\x80"
+                                                  "12ab",
+                                                  5),
+                                       QByteArray("x12ab"),
+                                       QByteArray("\0"
+                                                  "fF",
+                                                  3),
+                                       QByteArray("ab;"),
+                                       QByteArray("\x1f"
+                                                  "0",
+                                                  2)};
+    for (int i = 0; i < middles.size(); ++i)
+    {
+        QByteArray bytes(70000 + i, Qt::Uninitialized);
+        for (char& b : bytes)
+        {
+            b = char(rng.bounded(i == 3 ? 0x20 : 256) + (i == 3 ? 0x40 : 0));
+        }
+        bytes.replace(bytes.size() / 2 - 2, middles[i].size(), middles[i]);
+        v.insert(QStringLiteral("Data/Long%1").arg(i), bytes);
+    }
     // Keys the store leaves to QSettings: at the root, with escaped characters, short values.
     v.insert(QStringLiteral("RootBytes"), QByteArray(100, '\x01'));
     v.insert(QStringLiteral("General/Bytes"), QByteArray(100, '\x02'));
@@ -83,6 +109,8 @@ private slots:
     void initTestCase() { testfx::IsolateUserFiles(); }
     void sameTextAsQSettings();
     void damagedText();
+    void largeTextAroundItsMiddle();
+    void preparedComplexVectors();
 };
 
 void TestIniByteArrays::sameTextAsQSettings()
@@ -165,6 +193,112 @@ void TestIniByteArrays::damagedText()
         for (const QString& key : q.allKeys())
         {
             QCOMPARE(a.value(key), q.value(key));
+        }
+    }
+}
+
+void TestIniByteArrays::largeTextAroundItsMiddle()
+{
+    // Texts over a megabyte are read in two halves at once, the second half from a line feed
+    // near the middle. Whatever stands around that point (a quote or backslash carrying a line
+    // over the break, a comment, a section header, a stray line feed) must read as QSettings
+    // reads it, keys before the first header of the second half in the section of the first.
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("large.ini"));
+    QRandomGenerator rng(20261123);
+    {
+        QSettings q(path, QSettings::IniFormat);
+        for (int i = 0; i < 600; ++i)
+        {
+            QByteArray bytes(2000, Qt::Uninitialized);
+            for (char& b : bytes)
+            {
+                b = char(rng.bounded(256));
+            }
+            const char* group = i < 200 ? "A/x" : i < 500 ? "B" : "C/y";
+            q.setValue(QStringLiteral("%1/k%2").arg(QLatin1String(group)).arg(i), bytes);
+            q.setValue(QStringLiteral("%1/t%2").arg(QLatin1String(group)).arg(i),
+                       QStringLiteral("text %1").arg(i));
+        }
+    }
+    const QByteArray clean = FileBytes(path);
+    QVERIFY(clean.size() > 2 * 1024 * 1024);
+    const QList<QByteArray> inserts = {"\"", "\\", ";", "\n", "\n[D]\n", "=", "\\\n"};
+    for (int round = 0; round < 24; ++round)
+    {
+        QByteArray text = clean;
+        if (round > 0)
+        {
+            // Near the middle, and right at the line feeds the halves are cut at.
+            const int middle = text.size() / 2;
+            int at = middle - 3000 + int(rng.bounded(6000));
+            if (round % 3 == 0)
+            {
+                at = text.indexOf('\n', middle) + int(rng.bounded(3)) - 1;
+            }
+            text.insert(at, inserts[round % inserts.size()]);
+        }
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        QCOMPARE(file.write(text), qint64(text.size()));
+        file.close();
+        const QSettings q(path, QSettings::IniFormat);
+        const ApplicationSettings a(path, ApplicationSettings::ReadOnly);
+        QCOMPARE(a.allKeys(), q.allKeys());
+        for (const QString& key : q.allKeys())
+        {
+            QVERIFY2(a.value(key) == q.value(key),
+                     qPrintable(QStringLiteral("round %1, key %2").arg(round).arg(key)));
+        }
+    }
+}
+
+void TestIniByteArrays::preparedComplexVectors()
+{
+    // A store read on one thread widens its vectors there; the vectors then read from it are
+    // the ones an unprepared store gives, and are shared rather than widened again.
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("vectors.ini"));
+    QRandomGenerator rng(7);
+    QVector<std::complex<double>> longOne(4001);
+    for (auto& c : longOne)
+    {
+        c = {rng.generateDouble() - 0.5, 1e-3 * rng.generateDouble()};
+    }
+    const QVector<std::complex<double>> shortOne(longOne.mid(0, 11));
+    {
+        ApplicationSettings s(path, ApplicationSettings::Replace);
+        s.BeginWriteArray(QStringLiteral("Channels"), 2);
+        for (int i = 0; i < 2; ++i)
+        {
+            s.SetArrayIndex(i);
+            s.Save(QStringLiteral("Data"), i == 0 ? longOne : shortOne);
+        }
+        s.EndArray();
+        s.Save(QStringLiteral("Other/Text"), QStringLiteral("x"));
+    }
+    ApplicationSettings plain(path, ApplicationSettings::ReadOnly);
+    ApplicationSettings prepared(path, ApplicationSettings::ReadOnly);
+    std::thread([&] { prepared.PrepareComplexVectors(); }).join();
+    for (int i = 0; i < 2; ++i)
+    {
+        QVector<std::complex<double>> a, b, again;
+        plain.BeginReadArray(QStringLiteral("Channels"));
+        plain.SetArrayIndex(i);
+        plain.Load(QStringLiteral("Data"), a);
+        plain.EndArray();
+        prepared.BeginReadArray(QStringLiteral("Channels"));
+        prepared.SetArrayIndex(i);
+        prepared.Load(QStringLiteral("Data"), b);
+        prepared.Load(QStringLiteral("Data"), again);
+        prepared.EndArray();
+        QCOMPARE(a.size(), i == 0 ? longOne.size() : shortOne.size());
+        QVERIFY(a == b);
+        QCOMPARE(b.constData() == again.constData(), i == 0);  // only the long one is kept
+        for (int k = 0; k < a.size(); ++k)
+        {
+            const auto& source = i == 0 ? longOne : shortOne;
+            QCOMPARE(a[k], std::complex<double>(std::complex<float>(source[k])));
         }
     }
 }
