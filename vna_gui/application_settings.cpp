@@ -384,6 +384,7 @@ void ConvertOnTwoThreads(const From* src, To* dst, int n)
 void ApplicationSettings::Save(const QString& key, const QVector<std::complex<double>>& v)
 {
     QByteArray bytes(v.size() * 2 * int(sizeof(float)), Qt::Uninitialized);
+    ini::PrefaultForWriting(bytes.data(), size_t(bytes.size()));
     ConvertOnTwoThreads(reinterpret_cast<const double*>(v.constData()),
                         reinterpret_cast<float*>(bytes.data()), 2 * v.size());
     setValue(key, bytes);
@@ -400,6 +401,12 @@ void ApplicationSettings::Load(const QString& key, QVector<std::complex<double>>
         {
             v = *ready;
             return;
+        }
+        if (v.capacity() < n || !v.isDetached())
+        {
+            v = QVector<std::complex<double>>();
+            v.reserve(n);
+            ini::PrefaultForWriting(v.data(), size_t(n) * sizeof(std::complex<double>));
         }
         v.resize(n);
         double* const out = reinterpret_cast<double*>(v.data());
@@ -474,12 +481,15 @@ void ApplicationSettings::PrepareComplexVectors()
     {
         for (size_t i = next++; i < sources.size(); i = next++)
         {
-            // Built from the floats in one pass: resizing first would write every value twice.
+            // Built from the floats in one pass into pages mapped in one step: resizing first would
+            // write every value twice.
             const auto* pairs =
                 reinterpret_cast<const std::complex<float>*>(sources[i].constData());
             const int n = sources[i].size() / int(sizeof(std::complex<float>));
-            widened[i] =
-                QVector<std::complex<double>>(WideningIterator{pairs}, WideningIterator{pairs + n});
+            QVector<std::complex<double>>& v = widened[i];
+            v.reserve(n);
+            ini::PrefaultForWriting(v.data(), size_t(n) * sizeof(std::complex<double>));
+            std::copy(WideningIterator{pairs}, WideningIterator{pairs + n}, std::back_inserter(v));
         }
     };
     std::thread second(work);

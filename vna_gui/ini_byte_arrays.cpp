@@ -1,6 +1,8 @@
 #include "ini_byte_arrays.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <QFileDevice>
 #include <algorithm>
@@ -426,16 +428,38 @@ bool OpenHexBefore(const unsigned char* begin, const unsigned char* at)
 char* EscapeRange(const unsigned char* p, const unsigned char* const end, bool openHex, char* o,
                   bool& needsQuotes)
 {
-    // Table driven, without a branch on the data: the bytes of float vectors are random.
+    // Table driven, without a branch on the data: the bytes of float vectors are random. Whether
+    // an escape stays open follows from the byte alone, except for a hex digit, which keeps
+    // what the byte before left: worked out that way, the state needs no table load in between.
+    static const auto keepsOpen = []
+    {
+        std::array<unsigned char, 256> t{};
+        for (int c = 0; c < 256; ++c)
+        {
+            t[size_t(c)] = IsHexDigit((unsigned char)c) ? 1 : 0;
+        }
+        return t;
+    }();
+    static const auto opens = []
+    {
+        std::array<unsigned char, 256> t{};
+        for (int c = 0; c < 256; ++c)
+        {
+            t[size_t(c)] = EscapeTable()[size_t(c)].opensHex ? 1 : 0;
+        }
+        return t;
+    }();
     const std::array<Escape, 256>* const tables[2] = {&EscapeTable(), &EscapeAfterHexTable()};
+    unsigned open = openHex ? 1 : 0;
     bool quotes = false;
     for (; p != end; ++p)
     {
-        const Escape& e = (*tables[openHex])[*p];
+        const unsigned char c = *p;
+        const Escape& e = (*tables[open])[c];
         memcpy(o, e.text, 4);
         o += e.length;
-        openHex = e.opensHex;
         quotes |= e.needsQuotes;
+        open = (keepsOpen[c] & open) | opens[c];
     }
     needsQuotes = needsQuotes || quotes;
     return o;
@@ -497,6 +521,23 @@ void EscapeInto(const QByteArray& bytes, QByteArray& out, bool twoThreads)
 }
 }  // namespace
 
+void PrefaultForWriting(void* begin, size_t bytes)
+{
+#ifdef MADV_POPULATE_WRITE
+    static const size_t page = size_t(::sysconf(_SC_PAGESIZE));
+    // Only whole pages inside the buffer: its first and last page may be shared with others.
+    const quintptr first = (reinterpret_cast<quintptr>(begin) + page - 1) / page * page;
+    const quintptr last = (reinterpret_cast<quintptr>(begin) + bytes) / page * page;
+    if (last > first)
+    {
+        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+    }
+#else
+    Q_UNUSED(begin);
+    Q_UNUSED(bytes);
+#endif
+}
+
 QByteArray EscapeByteArray(const QByteArray& bytes)
 {
     QByteArray out;
@@ -521,9 +562,23 @@ bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out)
     const char* const stop = end - 1;
     out.resize(int(stop - p));
     char* o = out.data();
+    // The text's length bounds the bytes; the pages are mapped as the bytes reach them.
+    constexpr qptrdiff kPrefaultStep = 1 << 18;
+    char* prefaulted = o;
+    char* const outEnd = o + out.size();
     const bool* const plain = quoted ? kPlainQuoted.data() : kPlainUnquoted.data();
+    const auto prefault = [&]
+    {
+        if (o >= prefaulted && out.size() >= kPrefaultStep)
+        {
+            const qptrdiff step = std::min<qptrdiff>(kPrefaultStep, outEnd - prefaulted);
+            PrefaultForWriting(prefaulted, size_t(step));
+            prefaulted += step;
+        }
+    };
     while (p != stop)
     {
+        prefault();
         const unsigned char c = (unsigned char)*p;
         if (plain[c])
         {

@@ -8,9 +8,15 @@
 #include <QIODevice>
 #include <QMap>
 #include <QString>
+#include <cstddef>
 
 namespace ini
 {
+// Maps the memory pages of a new buffer for writing in one step. On machines where every first
+// write to a page traps to the hypervisor, that costs a tenth of faulting the pages in one by one
+// (the hundreds of megabytes of a state file). Does nothing where the system cannot.
+void PrefaultForWriting(void* begin, size_t bytes);
+
 // The text QSettings writes after "key=" for a byte array value.
 QByteArray EscapeByteArray(const QByteArray& bytes);
 
