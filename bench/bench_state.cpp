@@ -80,6 +80,16 @@ void Save(VNAModel& m, const QString& path)
     state::SaveModel(s, m);
 }
 
+// A full state's file in `dir`.
+QString WriteState(const QTemporaryDir& dir)
+{
+    const QString path = dir.filePath(QStringLiteral("state.ini"));
+    VNAModel m;
+    BuildState(m);
+    Save(m, path);
+    return path;
+}
+
 void BM_SaveState(benchmark::State& state)
 {
     QTemporaryDir dir;
@@ -96,12 +106,7 @@ void BM_SaveState(benchmark::State& state)
 void BM_LoadState(benchmark::State& state)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("state.ini"));
-    {
-        VNAModel m;
-        BuildState(m);
-        Save(m, path);
-    }
+    const QString path = WriteState(dir);
     VNAModel m;
     for (auto _ : state)
     {
@@ -123,12 +128,7 @@ void BM_LoadState(benchmark::State& state)
 void BM_ApplyPreparedState(benchmark::State& state)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("state.ini"));
-    {
-        VNAModel m;
-        BuildState(m);
-        Save(m, path);
-    }
+    const QString path = WriteState(dir);
     VNAModel m;
     for (auto _ : state)
     {

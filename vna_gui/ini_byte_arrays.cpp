@@ -735,16 +735,15 @@ void ExtractByteArrays(const QByteArray& text, int minSize, QByteArray& rest,
                 guess);
         }
 
-        void Decode(size_t from, size_t to)
+        // Decodes the candidates no other thread has claimed through `next`.
+        void DecodeClaimed(std::atomic<size_t>& next)
         {
-            for (size_t i = from; i < to; ++i)
+            for (size_t i = next++; i < candidates.size(); i = next++)
             {
                 Candidate& c = candidates[i];
                 c.decoded = UnescapeByteArray(c.equals + 1, c.end, c.bytes);
             }
         }
-
-        void Decode() { Decode(0, candidates.size()); }
 
         bool GuessesHeld() const
         {
@@ -771,23 +770,16 @@ void ExtractByteArrays(const QByteArray& text, int minSize, QByteArray& rest,
         // with its own half helps with the other's once that has been scanned.
         std::atomic<size_t> next[2] = {{0}, {0}};
         std::atomic<bool> scanned[2] = {{false}, {false}};
-        const auto decodeFrom = [&parts, &next](size_t i)
-        {
-            for (size_t c = next[i]++; c < parts[i].candidates.size(); c = next[i]++)
-            {
-                parts[i].Decode(c, c + 1);
-            }
-        };
         const auto work = [&](size_t i)
         {
             parts[i].Scan(true, minSize);
             scanned[i] = true;
-            decodeFrom(i);
+            parts[i].DecodeClaimed(next[i]);
             while (!scanned[1 - i])
             {
                 std::this_thread::yield();
             }
-            decodeFrom(1 - i);
+            parts[1 - i].DecodeClaimed(next[1 - i]);
         };
         std::thread second(work, 1);
         work(0);
@@ -805,13 +797,9 @@ void ExtractByteArrays(const QByteArray& text, int minSize, QByteArray& rest,
         Part& whole = parts[0];
         const auto decodeOnTwoThreads = [&whole]
         {
-            size_t half = 0;
-            for (qint64 seen = 0; half < whole.candidates.size() && seen < whole.total / 2; ++half)
-            {
-                seen += whole.candidates[half].end - whole.candidates[half].equals;
-            }
-            std::thread second([&whole, half] { whole.Decode(half, whole.candidates.size()); });
-            whole.Decode(0, half);
+            std::atomic<size_t> next{0};
+            std::thread second([&whole, &next] { whole.DecodeClaimed(next); });
+            whole.DecodeClaimed(next);
             second.join();
         };
         whole.Scan(true, minSize);

@@ -235,7 +235,14 @@ def _pyvisa_py_socket(resource):
     return None
 
 
-class _SocketReader:
+class _Reader:
+    """Reads of one reply; `into` fills an array whole."""
+
+    def exactly(self, count):
+        return bytes(self.into(bytearray(count)))
+
+
+class _SocketReader(_Reader):
     """Reads a reply from a pyvisa-py socket session: first what the session has buffered
     past its last line, then the socket itself, each wait bounded by the resource's timeout."""
 
@@ -262,9 +269,6 @@ class _SocketReader:
             got += count
         return array
 
-    def exactly(self, count):
-        return bytes(self.into(bytearray(count)))
-
     def line(self):
         """Up to and with the next line feed; what follows stays buffered for the session."""
         out = bytearray()
@@ -283,7 +287,7 @@ class _SocketReader:
             self._pending += chunk
 
 
-class _ResourceReader:
+class _ResourceReader(_Reader):
     """The same reads through PyVISA, for backends whose insides are not known here."""
 
     def __init__(self, resource):
@@ -298,9 +302,6 @@ class _ResourceReader:
         finally:
             self._resource.set_visa_attribute(constants.ResourceAttribute.termchar_enabled, True)
         return array
-
-    def exactly(self, count):
-        return bytes(self.into(bytearray(count)))
 
     def line(self):
         return self._resource.read_raw()
