@@ -1,6 +1,9 @@
 #include "ini_byte_arrays.h"
 
 #include <fcntl.h>
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -545,7 +548,175 @@ QByteArray EscapeByteArray(const QByteArray& bytes)
     return out;
 }
 
-bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out)
+namespace
+{
+// Decodes the token at `p`, a plain character or an escape, into `o`. False for text QSettings
+// reads otherwise.
+inline bool DecodeToken(const char*& p, const char* stop, const bool* plain, char*& o)
+{
+    const unsigned char c = (unsigned char)*p;
+    if (plain[c])
+    {
+        *o++ = char(c);
+        ++p;
+        return true;
+    }
+    if (c != '\\')
+    {
+        return false;  // a character QSettings reads otherwise: leave it to QSettings
+    }
+    // "\xH" or "\xHH" with no hex digit after it: nearly every escape of float data.
+    if (stop - p >= 4 && p[1] == 'x')
+    {
+        const int high = kHexValue[(unsigned char)p[2]];
+        const int low = kHexValue[(unsigned char)p[3]];
+        if (high >= 0 && low < 0)
+        {
+            *o++ = char(high);
+            p += 3;
+            return true;
+        }
+        if (high >= 0 && (stop - p == 4 || kHexValue[(unsigned char)p[4]] < 0))
+        {
+            *o++ = char(high * 16 + low);
+            p += 4;
+            return true;
+        }
+    }
+    ++p;
+    return ReadEscape(p, stop, *o++);
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define INI_VECTOR_DECODER 1
+
+bool HasVectorDecoder()
+{
+    static const bool has = __builtin_cpu_supports("avx512f") &&
+                            __builtin_cpu_supports("avx512bw") &&
+                            __builtin_cpu_supports("avx512vbmi") &&
+                            __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi");
+    return has;
+}
+
+// The bytes of single-character escapes by their letter; 0xFF for letters that are not one.
+// "\0" to "\7" are octal escapes of one digit here; longer ones are left to DecodeToken.
+std::array<unsigned char, 128> SingleEscapeTable()
+{
+    std::array<unsigned char, 128> t;
+    t.fill(0xFF);
+    const std::pair<char, char> named[] = {{'a', '\a'},  {'b', '\b'}, {'f', '\f'}, {'n', '\n'},
+                                           {'r', '\r'},  {'t', '\t'}, {'v', '\v'}, {'"', '"'},
+                                           {'\\', '\\'}, {'?', '?'},  {'\'', '\''}};
+    for (const auto& n : named)
+    {
+        t[size_t(n.first)] = (unsigned char)n.second;
+    }
+    for (int d = 0; d < 8; ++d)
+    {
+        t[size_t('0' + d)] = (unsigned char)d;
+    }
+    return t;
+}
+
+// Tokens that start in the first kWindow characters of a 64-character block are decoded: the
+// longest token the block form takes ("\xHH") then ends in the block, and the character after
+// it, which must not be a hex digit, is still among those read.
+constexpr int kWindow = 61;
+// Characters read from a block's start: the block and the three after it, read shifted.
+constexpr int kBlockReach = 67;
+
+#define INI_BLOCK_TARGET \
+    __attribute__((target("avx512f,avx512bw,avx512vbmi,avx512vbmi2,bmi,popcnt")))
+
+INI_BLOCK_TARGET inline __m512i byte(char c)
+{
+    return _mm512_set1_epi8(c);
+}
+
+// Hex value of each character (below 16 also where it is not a hex digit) and the mask of hex
+// digits.
+INI_BLOCK_TARGET inline __m512i HexValues(__m512i t, __mmask64& digits)
+{
+    const __mmask64 decimal = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(t, byte('0')), byte(10));
+    const __mmask64 letter =
+        _mm512_cmplt_epu8_mask(_mm512_sub_epi8(_mm512_or_si512(t, byte(0x20)), byte('a')), byte(6));
+    digits = decimal | letter;
+    const __m512i low = _mm512_and_si512(t, byte(0x0F));
+    return _mm512_mask_add_epi8(low, letter, low, byte(9));
+}
+
+// Decodes whole blocks of 64 characters from `p` while `p` is before `until` and at least
+// kBlockReach characters are left before `stop`: token starts and their bytes are found for all
+// 64 characters at once, and the bytes packed together. Stops at a block holding anything but
+// plain characters, one-character escapes and "\xH"/"\xHH"; DecodeToken then takes that block.
+// `p` is at a token start on entry and on return.
+INI_BLOCK_TARGET void DecodeBlocks(const char*& p, const char* until, const char* stop, bool quoted,
+                                   char*& o)
+{
+    static const std::array<unsigned char, 128> single = SingleEscapeTable();
+    const __m512i singleLow = _mm512_loadu_si512(single.data());
+    const __m512i singleHigh = _mm512_loadu_si512(single.data() + 64);
+    constexpr quint64 kWindowMask = (quint64(1) << kWindow) - 1;
+    while (p < until && stop - p >= kBlockReach)
+    {
+        const __m512i t0 = _mm512_loadu_si512(p);
+        const __m512i t1 = _mm512_loadu_si512(p + 1);
+        const __m512i t2 = _mm512_loadu_si512(p + 2);
+        const __m512i t3 = _mm512_loadu_si512(p + 3);
+        const quint64 backslash = _mm512_cmpeq_epi8_mask(t0, byte('\\'));
+        // Escapes start at even places in a run of backslashes: "\\\\" is one escaped backslash.
+        // The block starts at a token start, so a run at its start starts an escape.
+        quint64 escapes = 0;
+        for (quint64 at = backslash & ~(backslash << 1); at != 0;
+             at = (at << 2) & backslash & (backslash << 1))
+        {
+            escapes |= at;
+        }
+        const quint64 hexEscapes = escapes & _mm512_cmpeq_epi8_mask(t1, byte('x'));
+        const quint64 singleEscapes = escapes & ~hexEscapes;
+        __mmask64 digits2 = 0;
+        __mmask64 digits3 = 0;
+        const __m512i value2 = HexValues(t2, digits2);
+        const __m512i value3 = HexValues(t3, digits3);
+        const quint64 twoDigits = hexEscapes & digits3;
+        const quint64 threeDigits = twoDigits & (quint64(digits3) >> 1);
+        const __m512i singleValue = _mm512_permutex2var_epi8(singleLow, t1, singleHigh);
+        const quint64 singleKnown = _mm512_cmplt_epu8_mask(t1, byte(char(0x80))) &
+                                    _mm512_cmpneq_epi8_mask(singleValue, byte(char(0xFF)));
+        // An octal escape of more digits than one.
+        const quint64 longOctal = _mm512_cmplt_epu8_mask(_mm512_sub_epi8(t1, byte('0')), byte(8)) &
+                                  _mm512_cmplt_epu8_mask(_mm512_sub_epi8(t2, byte('0')), byte(8));
+        const quint64 covered = (escapes << 1) | (hexEscapes << 2) | (twoDigits << 3);
+        const quint64 starts = ~covered;
+        const quint64 taken = starts & kWindowMask;
+        quint64 plainChars = _mm512_cmpge_epu8_mask(t0, byte(0x20)) &
+                             _mm512_cmplt_epu8_mask(t0, byte(0x7F)) & ~backslash &
+                             ~quint64(_mm512_cmpeq_epi8_mask(t0, byte('"')));
+        if (!quoted)
+        {
+            plainChars &= ~quint64(_mm512_cmpeq_epi8_mask(t0, byte(','))) &
+                          ~quint64(_mm512_cmpeq_epi8_mask(t0, byte(';')));
+        }
+        const quint64 odd = (taken & ~escapes & ~plainChars) | (hexEscapes & ~digits2) |
+                            threeDigits | (singleEscapes & (~singleKnown | longOctal));
+        if ((odd & kWindowMask) != 0)
+        {
+            return;
+        }
+        __m512i value = _mm512_mask_mov_epi8(t0, singleEscapes, singleValue);
+        const __m512i pair = _mm512_or_si512(_mm512_slli_epi16(value2, 4), value3);
+        value = _mm512_mask_mov_epi8(value, hexEscapes & ~twoDigits, value2);
+        value = _mm512_mask_mov_epi8(value, twoDigits, pair);
+        _mm512_storeu_si512(o, _mm512_maskz_compress_epi8(taken, value));
+        o += _mm_popcnt_u64(taken);
+        p += _tzcnt_u64(starts & ~kWindowMask);
+    }
+}
+#endif
+}  // namespace
+
+bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out, Decoder decoder)
 {
     const bool quoted = end - begin >= 2 && *begin == '"' && end[-1] == '"';
     if (quoted)
@@ -560,77 +731,54 @@ bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out)
     }
     const char* p = begin + kPrefixLength;
     const char* const stop = end - 1;
+    // The text's length bounds the bytes (the block decoder stores whole blocks and needs that
+    // much room past its last byte); the pages are mapped as the bytes reach them.
     out.resize(int(stop - p));
     char* o = out.data();
-    // The text's length bounds the bytes; the pages are mapped as the bytes reach them.
-    constexpr qptrdiff kPrefaultStep = 1 << 18;
+    constexpr qptrdiff kPrefaultStep = 1 << 17;
+    // Text per step. A step writes no more bytes than that, and a block store past them.
+    constexpr qptrdiff kChunk = 1 << 16;
+    constexpr qptrdiff kStepReach = kChunk + 256;
     char* prefaulted = o;
     char* const outEnd = o + out.size();
     const bool* const plain = quoted ? kPlainQuoted.data() : kPlainUnquoted.data();
-    const auto prefault = [&]
+#ifdef INI_VECTOR_DECODER
+    const bool vector = decoder == Decoder::Fastest && HasVectorDecoder();
+#else
+    Q_UNUSED(decoder);
+#endif
+    while (p != stop)
     {
-        if (o >= prefaulted && out.size() >= kPrefaultStep)
+        // Mapped ahead of the most one step can write.
+        while (out.size() >= kPrefaultStep && prefaulted != outEnd && prefaulted - o < kStepReach)
         {
             const qptrdiff step = std::min<qptrdiff>(kPrefaultStep, outEnd - prefaulted);
             PrefaultForWriting(prefaulted, size_t(step));
             prefaulted += step;
         }
-    };
-    while (p != stop)
-    {
-        prefault();
-        const unsigned char c = (unsigned char)*p;
-        if (plain[c])
+        const char* const chunkEnd = stop - p > kChunk ? p + kChunk : stop;
+#ifdef INI_VECTOR_DECODER
+        if (vector)
         {
-            *o++ = char(c);
-            ++p;
-            continue;
-        }
-        if (c != '\\')
-        {
-            return false;  // a character QSettings reads otherwise: leave it to QSettings
-        }
-        // "\xH" or "\xHH" with no hex digit after it: nearly every escape of float data.
-        if (stop - p >= 4 && p[1] == 'x')
-        {
-            const int high = kHexValue[(unsigned char)p[2]];
-            const int low = kHexValue[(unsigned char)p[3]];
-            if (high >= 0 && low < 0)
+            DecodeBlocks(p, chunkEnd, stop, quoted, o);
+            // Whatever the blocks left: the end of the text, or a block with other escapes.
+            const char* const tokensEnd = std::min(chunkEnd, p + kBlockReach);
+            while (p < tokensEnd)
             {
-                *o++ = char(high);
-                p += 3;
-                continue;
-            }
-            if (high >= 0 && (stop - p == 4 || kHexValue[(unsigned char)p[4]] < 0))
-            {
-                *o++ = char(high * 16 + low);
-                p += 4;
-                continue;
-            }
-        }
-        ++p;
-        if (p != stop && *p == 'x')
-        {
-            // The common case in float data, kept inline.
-            ++p;
-            int value = p != stop ? kHexValue[(unsigned char)*p] : -1;
-            if (value < 0)
-            {
-                return false;
-            }
-            for (++p; p != stop && kHexValue[(unsigned char)*p] >= 0; ++p)
-            {
-                value = value * 16 + kHexValue[(unsigned char)*p];
-                if (value > 0xFF)
+                if (!DecodeToken(p, stop, plain, o))
                 {
                     return false;
                 }
             }
-            *o++ = char(value);
+            continue;
         }
-        else if (!ReadEscape(p, stop, *o++))
+#endif
+        while (p < chunkEnd)
         {
-            return false;
+            if (!DecodeToken(p, stop, plain, o))
+            {
+                return false;
+            }
         }
     }
     out.resize(int(o - out.constData()));

@@ -20,9 +20,18 @@ void PrefaultForWriting(void* begin, size_t bytes);
 // The text QSettings writes after "key=" for a byte array value.
 QByteArray EscapeByteArray(const QByteArray& bytes);
 
+// How UnescapeByteArray decodes: the fastest way this processor has (many characters at once
+// where it can), or one character at a time, which every processor has.
+enum class Decoder
+{
+    Fastest,
+    Portable
+};
+
 // The bytes of a value written as "@ByteArray(...)", quoted or not. False (and `out` undefined)
 // for any text that is not plainly such a value: the caller then leaves it to QSettings.
-bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out);
+bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out,
+                       Decoder decoder = Decoder::Fastest);
 
 // The full key ("Group/Sub/Key") of a raw key in a section, as QSettings names it. False for
 // keys in any but the plain escaped form QSettings writes.

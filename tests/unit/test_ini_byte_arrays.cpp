@@ -109,6 +109,7 @@ private slots:
     void initTestCase() { testfx::IsolateUserFiles(); }
     void sameTextAsQSettings();
     void damagedText();
+    void blockDecoderAgrees();
     void largeTextAroundItsMiddle();
     void preparedComplexVectors();
 };
@@ -165,9 +166,11 @@ void TestIniByteArrays::damagedText()
 {
     // Text that is not plainly a byte array (a stray quote, comma or backslash, an escape past
     // one byte, a missing parenthesis) must read as QSettings reads it.
+    // Each damage at the end of a plain value, and amid a long one full of escapes, where many
+    // characters are decoded at once.
     const QByteArray bytes(200, 'a');
     const QByteArray good = ini::EscapeByteArray(bytes);
-    const QList<QByteArray> damaged = {
+    QList<QByteArray> damaged = {
         good,
         "@ByteArray(" + bytes + "\\x1ff)",
         "@ByteArray(" + bytes + "\\777)",
@@ -179,6 +182,25 @@ void TestIniByteArrays::damagedText()
         "@ByteArray(" + bytes + "\\",
         "@ByteArray(" + bytes + "\t)",
     };
+    QRandomGenerator rng(11);
+    QByteArray noisy(3000, Qt::Uninitialized);
+    for (char& b : noisy)
+    {
+        b = char(rng.bounded(256));
+    }
+    noisy.replace(',', '.').replace(';', '.').replace('=', '.');
+    const QByteArray text = ini::EscapeByteArray(noisy);
+    QVERIFY(!text.startsWith('"'));
+    const int cut = text.indexOf("\\x", text.size() / 2);
+    for (const QByteArray& damage :
+         {QByteArray("\\x1ff"), QByteArray("\\777"), QByteArray(",b"), QByteArray("\"b"),
+          QByteArray("\\q"), QByteArray("\t"), QByteArray("\\x"),
+          QByteArray("\\0"
+                     "12"),
+          QByteArray(")\n"), QByteArray("\\\\\\")})
+    {
+        damaged.append(text.left(cut) + damage + text.mid(cut));
+    }
     QTemporaryDir dir;
     for (int i = 0; i < damaged.size(); ++i)
     {
@@ -193,6 +215,66 @@ void TestIniByteArrays::damagedText()
         for (const QString& key : q.allKeys())
         {
             QCOMPARE(a.value(key), q.value(key));
+        }
+    }
+}
+
+void TestIniByteArrays::blockDecoderAgrees()
+{
+    // The decoder that takes many characters at once must agree with the one that takes one at
+    // a time, on sound text and on text damaged anywhere, where the two hand over as well. (On a
+    // processor without the block decoder both are the same.)
+    QRandomGenerator rng(5);
+    const QList<QByteArray> pieces = {"\\",   "x",    "\\x",    "0",     "7",     "f",   "F",
+                                      "g",    "\"",   ",",      ";",     "\t",    ")",   "\\0",
+                                      "\\\\", "\x80", "\\x1ff", "\\012", "\\x0f", "\\?", "\\q"};
+    const QByteArray tricky(
+        "\\\"\0\x01"
+        "0123456789abcdefx\x7f\xff",
+        23);
+    for (int round = 0; round < 4000; ++round)
+    {
+        QByteArray bytes(int(rng.bounded(1, 600)), Qt::Uninitialized);
+        const int kind = round % 3;
+        for (char& b : bytes)
+        {
+            b = kind == 0   ? char(rng.bounded(256))
+                : kind == 1 ? tricky[int(rng.bounded(tricky.size()))]
+                            : char(0x20 + rng.bounded(0x5F));
+        }
+        QByteArray text = ini::EscapeByteArray(bytes);
+        const bool damage = round % 2 == 1;
+        for (int k = 0; damage && k < 1 + round % 3; ++k)
+        {
+            const int at = 11 + int(rng.bounded(text.size() - 11));
+            const QByteArray& piece = pieces[int(rng.bounded(pieces.size()))];
+            switch (rng.bounded(3))
+            {
+                case 0:
+                    text.insert(at, piece);
+                    break;
+                case 1:
+                    text.replace(at, 1, piece);
+                    break;
+                default:
+                    text.remove(at, 1);
+                    break;
+            }
+        }
+        QByteArray fast, portable;
+        const bool fastRead =
+            ini::UnescapeByteArray(text.constBegin(), text.constEnd(), fast, ini::Decoder::Fastest);
+        const bool portableRead = ini::UnescapeByteArray(text.constBegin(), text.constEnd(),
+                                                         portable, ini::Decoder::Portable);
+        QCOMPARE(fastRead, portableRead);
+        if (fastRead)
+        {
+            QCOMPARE(fast, portable);
+        }
+        if (!damage)
+        {
+            QVERIFY(fastRead);
+            QCOMPARE(fast, bytes);
         }
     }
 }
