@@ -64,10 +64,7 @@ void BuildState(VNAModel& m)
             trace->SetMeas(VNATraceMeas(t));
         }
     }
-    for (int c = 0; c < VNAModel::kChannelCount; ++c)
-    {
-        m.CalcTraces(c);
-    }
+    m.CalcAllTraces();
     for (int t = 0; t < m.traces.size(); ++t)
     {
         m.traceStoreMem(m.traces[t]);
@@ -110,7 +107,8 @@ void BM_LoadState(benchmark::State& state)
     VNAModel m;
     for (auto _ : state)
     {
-        // As the window recalls a file: read and widened on a file thread, then taken over.
+        // As the window recalls a file: read and widened on a file thread, taken over, and the
+        // traces computed anew on the file thread.
         ApplicationSettings s(path, ApplicationSettings::ReadOnly);
         s.PrepareComplexVectors();
         if (!state::LoadModel(s, m))
@@ -118,13 +116,15 @@ void BM_LoadState(benchmark::State& state)
             state.SkipWithError("state file refused");
             break;
         }
+        m.CalcAllTraces();
     }
     QMutexLocker lock(&m.traceLock);
     state.counters["traces"] = double(m.traces.size());
 }
 
 // What the window does on its own thread after a recall: the file has been read and its vectors
-// widened on the file thread; the model takes them over and the traces are computed anew.
+// widened on the file thread; the model takes them over (the traces are then computed on the
+// file thread again).
 void BM_ApplyPreparedState(benchmark::State& state)
 {
     QTemporaryDir dir;
@@ -140,10 +140,6 @@ void BM_ApplyPreparedState(benchmark::State& state)
         {
             state.SkipWithError("state file refused");
             break;
-        }
-        for (int c = 0; c < VNAModel::kChannelCount; ++c)
-        {
-            m.CalcTraces(c);
         }
         state.PauseTiming();
         s.reset();

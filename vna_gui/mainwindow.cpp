@@ -555,10 +555,7 @@ void MainWindow::continuousPressed()
 
 void MainWindow::UpdateAll()
 {
-    for (int c = 0; c < model.channels.size(); ++c)
-    {
-        model.CalcTraces(c);
-    }
+    model.CalcAllTraces();
     UpdateControlPanels();
     updatePlots();
 }

@@ -146,7 +146,10 @@ bool MainWindow::LoadInstrumentState(const QString& path)
     {
         generatorDialog->SettingsRecalled();
     }
-    UpdateAll();
+    // Every trace of a full state computed anew takes longer than the window may stop.
+    RunStateFileWork(tr("Load Instrument State"), [this] { model.CalcAllTraces(); });
+    UpdateControlPanels();
+    updatePlots();
     MeasStart();
     statusBarWidget->SetMessage(tr("Loaded Preset: ") + QFileInfo(path).fileName());
     return true;

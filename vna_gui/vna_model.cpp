@@ -596,6 +596,14 @@ void VNAModel::PrepareChannelData(VNAChannel& ch)
     }
 }
 
+void VNAModel::CalcAllTraces()
+{
+    for (int c = 0; c < channels.size(); ++c)
+    {
+        CalcTraces(c);
+    }
+}
+
 void VNAModel::CalcTraces(int channel)
 {
     if (!IsValidChannelIndex(channel))

@@ -60,6 +60,7 @@ public:
     // Runs the chain for every trace of the channel under traceLock. Emits updateControlsSignal
     // when a trace dropped a memory that no longer fits the sweep.
     void CalcTraces(int channel);
+    void CalcAllTraces();
     // Stores the channel's processed data as the trace's memory (trace lock, then channel lock).
     void traceStoreMem(VNATrace* trace);
     void traceAutoScale(VNATrace* trace);
