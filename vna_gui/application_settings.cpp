@@ -375,10 +375,9 @@ void ApplicationSettings::Load(const QString& key, QVector<double>& v) const
 
 namespace
 {
-// Converts n values; a long vector on two threads, since writing fresh memory costs more here
+// Narrows n values; a long vector on two threads, since writing fresh memory costs more here
 // than the conversion itself.
-template <typename From, typename To>
-void ConvertOnTwoThreads(const From* src, To* dst, int n)
+void NarrowOnTwoThreads(const double* src, float* dst, int n)
 {
     constexpr int kTwoThreadSize = 1 << 16;
     if (n < kTwoThreadSize)
@@ -397,41 +396,9 @@ void ApplicationSettings::Save(const QString& key, const QVector<std::complex<do
 {
     QByteArray bytes(v.size() * 2 * int(sizeof(float)), Qt::Uninitialized);
     ini::PrefaultForWriting(bytes.data(), size_t(bytes.size()));
-    ConvertOnTwoThreads(reinterpret_cast<const double*>(v.constData()),
-                        reinterpret_cast<float*>(bytes.data()), 2 * v.size());
+    NarrowOnTwoThreads(reinterpret_cast<const double*>(v.constData()),
+                       reinterpret_cast<float*>(bytes.data()), 2 * v.size());
     setValue(key, bytes);
-}
-
-void ApplicationSettings::Load(const QString& key, QVector<std::complex<double>>& v) const
-{
-    const QByteArray bytes = value(key, QByteArray()).toByteArray();
-    if (bytes.size() > 0)
-    {
-        const int n = bytes.size() / int(2 * sizeof(float));
-        const auto ready = prepared.constFind(bytes.constData());
-        if (ready != prepared.constEnd() && ready->size() == n)
-        {
-            v = *ready;
-            return;
-        }
-        if (v.capacity() < n || !v.isDetached())
-        {
-            v = QVector<std::complex<double>>();
-            v.reserve(n);
-            ini::PrefaultForWriting(v.data(), size_t(n) * sizeof(std::complex<double>));
-        }
-        v.resize(n);
-        double* const out = reinterpret_cast<double*>(v.data());
-        if (reinterpret_cast<quintptr>(bytes.constData()) % alignof(float) == 0)
-        {
-            ConvertOnTwoThreads(reinterpret_cast<const float*>(bytes.constData()), out, 2 * n);
-            return;
-        }
-        // A byte array's storage is not promised to be float-aligned: then copy first.
-        QVector<float> floats(2 * n);
-        memcpy(floats.data(), bytes.constData(), size_t(2 * n) * sizeof(float));
-        ConvertOnTwoThreads(floats.constData(), out, 2 * n);
-    }
 }
 
 namespace
@@ -462,7 +429,51 @@ struct WideningIterator
     bool operator==(const WideningIterator& other) const { return at == other.at; }
     bool operator!=(const WideningIterator& other) const { return at != other.at; }
 };
+
+// The float pairs of `bytes` as complex doubles in `v`, whose storage is reused when it is its
+// own and large enough. Built in one pass, into new pages mapped in one step: resizing first
+// would write every value twice.
+void WidenFloatPairs(const QByteArray& bytes, QVector<std::complex<double>>& v)
+{
+    const int n = bytes.size() / int(sizeof(std::complex<float>));
+    if (reinterpret_cast<quintptr>(bytes.constData()) % alignof(std::complex<float>) != 0)
+    {
+        // A byte array's storage is not promised to be float-aligned: then copy first.
+        QByteArray aligned(n * int(sizeof(std::complex<float>)), Qt::Uninitialized);
+        memcpy(aligned.data(), bytes.constData(), size_t(aligned.size()));
+        WidenFloatPairs(aligned, v);
+        return;
+    }
+    if (v.capacity() < n || !v.isDetached())
+    {
+        v = QVector<std::complex<double>>();
+        v.reserve(n);
+        ini::PrefaultForWriting(v.data(), size_t(n) * sizeof(std::complex<double>));
+    }
+    else
+    {
+        v.clear();  // keeps the storage
+    }
+    const auto* pairs = reinterpret_cast<const std::complex<float>*>(bytes.constData());
+    std::copy(WideningIterator{pairs}, WideningIterator{pairs + n}, std::back_inserter(v));
+}
 }  // namespace
+
+void ApplicationSettings::Load(const QString& key, QVector<std::complex<double>>& v) const
+{
+    const QByteArray bytes = value(key, QByteArray()).toByteArray();
+    if (bytes.size() > 0)
+    {
+        const auto ready = prepared.constFind(bytes.constData());
+        if (ready != prepared.constEnd() &&
+            ready->size() == bytes.size() / int(sizeof(std::complex<float>)))
+        {
+            v = *ready;
+            return;
+        }
+        WidenFloatPairs(bytes, v);
+    }
+}
 
 void ApplicationSettings::PrepareComplexVectors()
 {
@@ -493,15 +504,7 @@ void ApplicationSettings::PrepareComplexVectors()
     {
         for (size_t i = next++; i < sources.size(); i = next++)
         {
-            // Built from the floats in one pass into pages mapped in one step: resizing first would
-            // write every value twice.
-            const auto* pairs =
-                reinterpret_cast<const std::complex<float>*>(sources[i].constData());
-            const int n = sources[i].size() / int(sizeof(std::complex<float>));
-            QVector<std::complex<double>>& v = widened[i];
-            v.reserve(n);
-            ini::PrefaultForWriting(v.data(), size_t(n) * sizeof(std::complex<double>));
-            std::copy(WideningIterator{pairs}, WideningIterator{pairs + n}, std::back_inserter(v));
+            WidenFloatPairs(sources[i], widened[i]);
         }
     };
     std::thread second(work);

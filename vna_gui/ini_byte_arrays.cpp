@@ -178,6 +178,26 @@ std::array<bool, 256> PlainTable(bool quoted)
 const std::array<bool, 256> kPlainQuoted = PlainTable(true);
 const std::array<bool, 256> kPlainUnquoted = PlainTable(false);
 
+// The bytes of one-character escapes by their letter; 0xFF for letters that are none. "\0" to
+// "\7" give an octal escape's first digit only: more digits may follow.
+const std::array<unsigned char, 128> kSingleEscape = []
+{
+    std::array<unsigned char, 128> t;
+    t.fill(0xFF);
+    const std::pair<char, char> named[] = {{'a', '\a'},  {'b', '\b'}, {'f', '\f'}, {'n', '\n'},
+                                           {'r', '\r'},  {'t', '\t'}, {'v', '\v'}, {'"', '"'},
+                                           {'\\', '\\'}, {'?', '?'},  {'\'', '\''}};
+    for (const auto& n : named)
+    {
+        t[size_t(n.first)] = (unsigned char)n.second;
+    }
+    for (int d = 0; d < 8; ++d)
+    {
+        t[size_t('0' + d)] = (unsigned char)d;
+    }
+    return t;
+}();
+
 // Reads one escape after a backslash at `p`; false for escapes QSettings would not turn into a
 // single byte.
 bool ReadEscape(const char*& p, const char* end, char& byte)
@@ -188,67 +208,43 @@ bool ReadEscape(const char*& p, const char* end, char& byte)
     }
     const unsigned char c = (unsigned char)*p++;
     int value = 0;
-    switch (c)
+    if (c == 'x')
     {
-        case 'a':
-            byte = '\a';
-            return true;
-        case 'b':
-            byte = '\b';
-            return true;
-        case 'f':
-            byte = '\f';
-            return true;
-        case 'n':
-            byte = '\n';
-            return true;
-        case 'r':
-            byte = '\r';
-            return true;
-        case 't':
-            byte = '\t';
-            return true;
-        case 'v':
-            byte = '\v';
-            return true;
-        case '"':
-        case '\\':
-        case '?':
-        case '\'':
-            byte = char(c);
-            return true;
-        case 'x':
-            if (p == end || !IsHexDigit((unsigned char)*p))
+        if (p == end || !IsHexDigit((unsigned char)*p))
+        {
+            return false;
+        }
+        while (p != end && IsHexDigit((unsigned char)*p))
+        {
+            value = value * 16 + HexValue((unsigned char)*p++);
+            if (value > 0xFF)
             {
                 return false;
             }
-            while (p != end && IsHexDigit((unsigned char)*p))
-            {
-                value = value * 16 + HexValue((unsigned char)*p++);
-                if (value > 0xFF)
-                {
-                    return false;
-                }
-            }
-            byte = char(value);
-            return true;
-        default:
-            if (c < '0' || c > '7')
-            {
-                return false;
-            }
-            value = c - '0';
-            while (p != end && *p >= '0' && *p <= '7')
-            {
-                value = value * 8 + (*p++ - '0');
-                if (value > 0xFF)
-                {
-                    return false;
-                }
-            }
-            byte = char(value);
-            return true;
+        }
+        byte = char(value);
+        return true;
     }
+    if (c >= '0' && c <= '7')
+    {
+        value = c - '0';
+        while (p != end && *p >= '0' && *p <= '7')
+        {
+            value = value * 8 + (*p++ - '0');
+            if (value > 0xFF)
+            {
+                return false;
+            }
+        }
+        byte = char(value);
+        return true;
+    }
+    if (c >= kSingleEscape.size() || kSingleEscape[c] == 0xFF)
+    {
+        return false;
+    }
+    byte = char(kSingleEscape[c]);
+    return true;
 }
 
 bool UnescapeKeyPart(const char* p, const char* end, QString& out)
@@ -599,26 +595,6 @@ bool HasVectorDecoder()
     return has;
 }
 
-// The bytes of single-character escapes by their letter; 0xFF for letters that are not one.
-// "\0" to "\7" are octal escapes of one digit here; longer ones are left to DecodeToken.
-std::array<unsigned char, 128> SingleEscapeTable()
-{
-    std::array<unsigned char, 128> t;
-    t.fill(0xFF);
-    const std::pair<char, char> named[] = {{'a', '\a'},  {'b', '\b'}, {'f', '\f'}, {'n', '\n'},
-                                           {'r', '\r'},  {'t', '\t'}, {'v', '\v'}, {'"', '"'},
-                                           {'\\', '\\'}, {'?', '?'},  {'\'', '\''}};
-    for (const auto& n : named)
-    {
-        t[size_t(n.first)] = (unsigned char)n.second;
-    }
-    for (int d = 0; d < 8; ++d)
-    {
-        t[size_t('0' + d)] = (unsigned char)d;
-    }
-    return t;
-}
-
 // Tokens that start in the first kWindow characters of a 64-character block are decoded: the
 // longest token the block form takes ("\xHH") then ends in the block, and the character after
 // it, which must not be a hex digit, is still among those read.
@@ -654,9 +630,8 @@ INI_BLOCK_TARGET inline __m512i HexValues(__m512i t, __mmask64& digits)
 INI_BLOCK_TARGET void DecodeBlocks(const char*& p, const char* until, const char* stop, bool quoted,
                                    char*& o)
 {
-    static const std::array<unsigned char, 128> single = SingleEscapeTable();
-    const __m512i singleLow = _mm512_loadu_si512(single.data());
-    const __m512i singleHigh = _mm512_loadu_si512(single.data() + 64);
+    const __m512i singleLow = _mm512_loadu_si512(kSingleEscape.data());
+    const __m512i singleHigh = _mm512_loadu_si512(kSingleEscape.data() + 64);
     constexpr quint64 kWindowMask = (quint64(1) << kWindow) - 1;
     while (p < until && stop - p >= kBlockReach)
     {
@@ -757,23 +732,16 @@ bool UnescapeByteArray(const char* begin, const char* end, QByteArray& out, Deco
             prefaulted += step;
         }
         const char* const chunkEnd = stop - p > kChunk ? p + kChunk : stop;
+        const char* tokensEnd = chunkEnd;
 #ifdef INI_VECTOR_DECODER
         if (vector)
         {
             DecodeBlocks(p, chunkEnd, stop, quoted, o);
             // Whatever the blocks left: the end of the text, or a block with other escapes.
-            const char* const tokensEnd = std::min(chunkEnd, p + kBlockReach);
-            while (p < tokensEnd)
-            {
-                if (!DecodeToken(p, stop, plain, o))
-                {
-                    return false;
-                }
-            }
-            continue;
+            tokensEnd = std::min(chunkEnd, p + kBlockReach);
         }
 #endif
-        while (p < chunkEnd)
+        while (p < tokensEnd)
         {
             if (!DecodeToken(p, stop, plain, o))
             {
