@@ -334,11 +334,12 @@ bool TestECalWorkflow::CalibrateMechanically()
     setup.thruCommand = testfx::ConnectThru(82.157, 0.0, 50.0);
     ch.calibration = testfx::CalibrateOnSim(window->Model().device, setup, testfx::ModelKit(82.157),
                                             ch.stimulus);
+    // Read before the loop starts: once it runs, it swaps in its own solved copy of the record.
+    const bool loaded = ch.calibration.CorrectionsLoaded();
+    const uint64_t done = ch.sweepsDone.load();
     window->MeasStart();
     // The loop solves the record for the sweep as it starts.
-    const uint64_t done = ch.sweepsDone.load();
-    return ch.calibration.CorrectionsLoaded() &&
-           QTest::qWaitFor([&] { return ch.sweepsDone.load() > done; }, 30000);
+    return loaded && QTest::qWaitFor([&] { return ch.sweepsDone.load() > done; }, 30000);
 }
 
 QAction* TestECalWorkflow::CharacterizeAction()
