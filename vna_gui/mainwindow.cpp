@@ -227,31 +227,50 @@ void MainWindow::ConnectModelSignals()
 // ---------------------------------------------------------------------------------------------
 // Device
 
-void MainWindow::ExitLoopWhenRunning(QEventLoop* loop)
+void MainWindow::RunOffThread(const QString& title, const char* threadName,
+                              const std::function<void()>& work)
 {
-    while (!loop->isRunning())
+    KXProgressDialog progress(title, this);
+    progress.setWindowModality(Qt::ApplicationModal);
+    if (!Hidden::Get())
     {
-        SystemSleep(1);
+        progress.show();
     }
-    loop->exit(0);
+    ++scpiDepth;
+    QEventLoop loop;
+    std::thread t(
+        [&]
+        {
+            work();
+            // An exit before the loop has started would be lost.
+            while (!loop.isRunning())
+            {
+                SystemSleep(1);
+            }
+            loop.exit(0);
+        });
+    SetThreadName(t, threadName);
+    loop.exec();
+    t.join();
+    --scpiDepth;
+    progress.hide();
+    if (scpiConnection && scpiDepth == 0 && scpiConnection->socket->bytesAvailable() > 0)
+    {
+        QMetaObject::invokeMethod(this, &MainWindow::readSCPISocket, Qt::QueuedConnection);
+    }
 }
 
-void MainWindow::ConnectDeviceInThread(QEventLoop* loop)
+void MainWindow::OpenDeviceOffThread(const std::function<bool()>& open)
 {
-    if (model.device.Connect())
-    {
-        LoadFactoryCalInThread();
-    }
-    ExitLoopWhenRunning(loop);
-}
-
-void MainWindow::ConnectDeviceBySerialInThread(int serial, QEventLoop* loop)
-{
-    if (model.device.Connect(serial))
-    {
-        LoadFactoryCalInThread();
-    }
-    ExitLoopWhenRunning(loop);
+    factoryCal = VNACalibration();  // the demo device has none
+    RunOffThread(tr("Connecting Device"), "VNA Open Device Thread",
+                 [&]
+                 {
+                     if (open())
+                     {
+                         LoadFactoryCalInThread();
+                     }
+                 });
 }
 
 void MainWindow::ShowDevice(const QString& name)
@@ -268,19 +287,7 @@ void MainWindow::ShowDevice(const QString& name)
 
 bool MainWindow::ConnectDevice()
 {
-    KXProgressDialog progress(tr("Connecting Device"), this);
-    if (!Hidden::Get())
-    {
-        progress.reset();
-        progress.show();
-    }
-    QEventLoop loop;
-    factoryCal = VNACalibration();  // the demo device has none
-    std::thread t(&MainWindow::ConnectDeviceInThread, this, &loop);
-    SetThreadName(t, "VNA Open Device Thread");
-    loop.exec();
-    t.join();
-    progress.hide();
+    OpenDeviceOffThread([this] { return model.device.Connect(); });
 
     bool demo = false;
     QString name;
@@ -324,12 +331,7 @@ bool MainWindow::ConnectDevice()
 
 bool MainWindow::ConnectDevice(int serial)
 {
-    QEventLoop loop;
-    factoryCal = VNACalibration();
-    std::thread t(&MainWindow::ConnectDeviceBySerialInThread, this, serial, &loop);
-    SetThreadName(t, "VNA Open Device Thread");
-    loop.exec();
-    t.join();
+    OpenDeviceOffThread([this, serial] { return model.device.Connect(serial); });
     if (!model.device.Connected())
     {
         if (!Hidden::Get())

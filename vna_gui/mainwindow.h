@@ -85,8 +85,13 @@ public:
     bool ConnectDevice();
     bool ConnectDevice(int serial);
     void DisconnectDevice();
-    void ConnectDeviceInThread(QEventLoop* loop);
-    void ConnectDeviceBySerialInThread(int serial, QEventLoop* loop);
+    // Opens the instrument with `open` and reads its factory calibration, off the GUI thread.
+    void OpenDeviceOffThread(const std::function<bool()>& open);
+    // Runs long work on a thread of its own behind a progress box while the window stays alive.
+    // Remote commands are held back meanwhile (one on the stack holds them), since the work
+    // reads or fills the model or the device.
+    void RunOffThread(const QString& title, const char* threadName,
+                      const std::function<void()>& work);
 
     // --- measurement ------------------------------------------------------------------------
     // The sweeps stay stopped while the output generator holds the instrument.
@@ -669,9 +674,6 @@ private:
     void EndCalibrations();
     // Gives every channel the factory calibration found, stopping the loop meanwhile.
     void InstallFactoryCal();
-    // Ends a local event loop from the thread it waits for: exiting one that has not started
-    // yet would be lost.
-    static void ExitLoopWhenRunning(QEventLoop* loop);
     // One fresh sweep of the channel, corrected as the channel corrects; false with the reason
     // when the channel applies no correction or no sweep arrived. Keeps the window alive.
     bool MeasureCorrectedSweep(int channel, SParameters& corrected, QString& error);
@@ -708,8 +710,6 @@ private:
     void SCPIStartWaiting();
     void SCPIShowLockout();
     QImage ScreenImage();
-    // Runs file work off the GUI thread behind a progress box, with remote commands held back.
-    void RunStateFileWork(const QString& title, const std::function<void()>& work);
     // One entry per plot slot: the title, or a null string for an empty slot.
     QStringList PlotTitles() const;
     // Sounds when a trace that asks for it failed its limit test, at most once per interval, so

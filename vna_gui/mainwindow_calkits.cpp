@@ -378,29 +378,19 @@ bool MainWindow::WriteFactoryCal(const VNACalibration& cal, QString& error)
     }
     const bool running = model.MeasRunning();
     MeasStop();  // the device belongs to the write thread meanwhile
-    KXProgressDialog progress(tr("Writing Factory Calibration"), this);
-    if (!Hidden::Get())
-    {
-        progress.show();
-    }
     bool ok = false;
-    QEventLoop loop;
-    std::thread t(
-        [&]
-        {
-            ok = FactoryCal::Write(model.device, cal, error);
-            if (ok)
-            {
-                // The store takes what the instrument now holds, whatever date it gives it.
-                QFile::remove(GetFactoryCalFileName(model.device.GetSerialNumber()));
-                LoadFactoryCalInThread();
-            }
-            ExitLoopWhenRunning(&loop);
-        });
-    SetThreadName(t, "VNA Write Factory Cal to Device Thread");
-    loop.exec();
-    t.join();
-    progress.hide();
+    RunOffThread(tr("Writing Factory Calibration"), "VNA Write Factory Cal to Device Thread",
+                 [&]
+                 {
+                     ok = FactoryCal::Write(model.device, cal, error);
+                     if (ok)
+                     {
+                         // The store takes what the instrument now holds, whatever date it
+                         // gives it.
+                         QFile::remove(GetFactoryCalFileName(model.device.GetSerialNumber()));
+                         LoadFactoryCalInThread();
+                     }
+                 });
     InstallFactoryCal();
     if (running)
     {

@@ -25,36 +25,6 @@ QString lastPresetFileName;
 const char* const kStateFilter = QT_TRANSLATE_NOOP("MainWindow", "Instrument State File (*.ini)");
 }  // namespace
 
-void MainWindow::RunStateFileWork(const QString& title, const std::function<void()>& work)
-{
-    // File work on a big state takes seconds: it runs on a thread of its own while the window
-    // stays alive behind a progress box. No remote command runs meanwhile (one on the stack
-    // holds them back), since the work reads or fills the model.
-    KXProgressDialog progress(title, this);
-    progress.setWindowModality(Qt::ApplicationModal);
-    if (!Hidden::Get())
-    {
-        progress.show();
-    }
-    ++scpiDepth;
-    QEventLoop loop;
-    std::thread t(
-        [&]
-        {
-            work();
-            ExitLoopWhenRunning(&loop);
-        });
-    SetThreadName(t, "VNA State File Thread");
-    loop.exec();
-    t.join();
-    --scpiDepth;
-    progress.hide();
-    if (scpiConnection && scpiDepth == 0 && scpiConnection->socket->bytesAvailable() > 0)
-    {
-        QMetaObject::invokeMethod(this, &MainWindow::readSCPISocket, Qt::QueuedConnection);
-    }
-}
-
 QStringList MainWindow::PlotTitles() const
 {
     QStringList titles;
@@ -76,20 +46,20 @@ bool MainWindow::SaveInstrumentState(const QString& path)
     // and carries on afterwards: the file holds one consistent sweep.
     const bool wasRunning = model.MeasRunning();
     MeasStop();
-    RunStateFileWork(tr("Save Instrument State"),
-                     [&]
-                     {
-                         // Nothing of an older file survives: it is neither read nor merged.
-                         ApplicationSettings s(path, ApplicationSettings::Replace);
-                         s.Clear();
-                         state::SaveHeader(s, model);
-                         state::SaveChannels(s, model);
-                         state::SavePlotSlots(s, titles);
-                         KXMultiPlotSplitterArea::SaveLayout(s, layout);
-                         state::SaveTraces(s, model);
-                         s.Sync();
-                         ok = s.WriteStatus() == QSettings::NoError;
-                     });
+    RunOffThread(tr("Save Instrument State"), "VNA State File Thread",
+                 [&]
+                 {
+                     // Nothing of an older file survives: it is neither read nor merged.
+                     ApplicationSettings s(path, ApplicationSettings::Replace);
+                     s.Clear();
+                     state::SaveHeader(s, model);
+                     state::SaveChannels(s, model);
+                     state::SavePlotSlots(s, titles);
+                     KXMultiPlotSplitterArea::SaveLayout(s, layout);
+                     state::SaveTraces(s, model);
+                     s.Sync();
+                     ok = s.WriteStatus() == QSettings::NoError;
+                 });
     if (wasRunning)
     {
         MeasStart();
@@ -107,15 +77,15 @@ bool MainWindow::LoadInstrumentState(const QString& path)
     }
     lastPresetFileName = path;
     std::unique_ptr<ApplicationSettings> file;
-    RunStateFileWork(tr("Load Instrument State"),
-                     [&]
-                     {
-                         file.reset(new ApplicationSettings(path, ApplicationSettings::ReadOnly));
-                         // The window only takes the vectors over: widening hundreds of
-                         // megabytes there would stop it for a second.
-                         file->PrepareComplexVectors();
-                         file->moveToThread(thread());
-                     });
+    RunOffThread(tr("Load Instrument State"), "VNA State File Thread",
+                 [&]
+                 {
+                     file.reset(new ApplicationSettings(path, ApplicationSettings::ReadOnly));
+                     // The window only takes the vectors over: widening hundreds of
+                     // megabytes there would stop it for a second.
+                     file->PrepareComplexVectors();
+                     file->moveToThread(thread());
+                 });
     ApplicationSettings& s = *file;
     MeasStop();
     if (state::FileVersion(s) != state::kFileVersion)
@@ -147,7 +117,8 @@ bool MainWindow::LoadInstrumentState(const QString& path)
         generatorDialog->SettingsRecalled();
     }
     // Every trace of a full state computed anew takes longer than the window may stop.
-    RunStateFileWork(tr("Load Instrument State"), [this] { model.CalcAllTraces(); });
+    RunOffThread(tr("Load Instrument State"), "VNA State File Thread",
+                 [this] { model.CalcAllTraces(); });
     UpdateControlPanels();
     updatePlots();
     MeasStart();

@@ -29,12 +29,12 @@ s.sendall(("load dut " + sys.argv[2] + "\n").encode())
 reply = s.makefile().readline()
 if not reply.startswith("ok"):
     sys.exit("simulator refused the device: " + reply)
-# The program serves remote commands once it has connected and read the factory calibration:
-# wait for that here, with a guard sized for sanitizer builds, so the example's own timeout
-# measures the example.
+# The program holds remote commands back until it has opened the instrument and read its factory
+# calibration: an identity without the model ("Kestrix,,") would be an answer given meanwhile.
+# The guard is sized for sanitizer builds, so the example's own timeout measures the example.
 p = socket.create_connection(("127.0.0.1", int(sys.argv[3])), timeout=300)
 p.sendall(b"*IDN?\n")
 ident = p.makefile().readline()
-if not ident.startswith("Kestrix,"):
+if not ident.startswith("Kestrix,NVX400,"):
     sys.exit("the program did not identify itself: %r" % ident)
 PY
