@@ -173,40 +173,38 @@ void VNAModel::DeleteAllTraces()
 void VNAModel::channelPortsEnabled(int channel, bool& fwd, bool& rev)
 {
     fwd = rev = false;
+    // The traces and the channel's correction switches are written under the trace lock.
+    QMutexLocker lock(&traceLock);
+    for (int t : mapper.GetTracesOnChannel(channel))
     {
-        QMutexLocker lock(&traceLock);
-        for (int t : mapper.GetTracesOnChannel(channel))
+        const VNATrace* trace = traces.value(t, nullptr);
+        if (!trace)
         {
-            const VNATrace* trace = traces.value(t, nullptr);
-            if (!trace)
-            {
-                continue;
-            }
-            if (trace->meas > S21)
-            {
-                rev = true;
-            }
-            else
-            {
-                fwd = true;
-            }
+            continue;
+        }
+        if (trace->meas > S21)
+        {
+            rev = true;
+        }
+        else
+        {
+            fwd = true;
         }
     }
     if (!fwd && !rev)
     {
         fwd = true;
     }
-    if (channels[channel]->measureBothPorts.load())
+    const VNAChannel& ch = *channels[channel];
+    if (ch.measureBothPorts.load())
     {
         fwd = rev = true;
     }
-    const VNACalibration& cal = channels[channel]->calibration;
-    if (cal.CorrectionsLoaded() && Is2PortCal(cal.GetCalType()))
+    if (ch.calibration.CorrectionsLoaded() && Is2PortCal(ch.calibration.GetCalType()))
     {
         fwd = rev = true;
     }
     // The factory correction is a two-port one too: corrected S11 needs the reverse sweep.
-    const VNAChannel& ch = *channels[channel];
     if (ch.AppliesFactoryCorrection() && Is2PortCal(ch.factoryCalibration.GetCalType()))
     {
         fwd = rev = true;
