@@ -85,13 +85,6 @@ public:
     bool ConnectDevice();
     bool ConnectDevice(int serial);
     void DisconnectDevice();
-    // Opens the instrument with `open` and reads its factory calibration, off the GUI thread.
-    void OpenDeviceOffThread(const std::function<bool()>& open);
-    // Runs long work on a thread of its own behind a progress box while the window stays alive.
-    // Remote commands are held back meanwhile (one on the stack holds them), since the work
-    // reads or fills the model or the device.
-    void RunOffThread(const QString& title, const char* threadName,
-                      const std::function<void()>& work);
 
     // --- measurement ------------------------------------------------------------------------
     // The sweeps stay stopped while the output generator holds the instrument.
@@ -674,6 +667,13 @@ private:
     void EndCalibrations();
     // Gives every channel the factory calibration found, stopping the loop meanwhile.
     void InstallFactoryCal();
+    // Opens the instrument with `open` and reads its factory calibration, off the GUI thread.
+    void OpenDeviceOffThread(const std::function<bool()>& open);
+    // Runs long work on a thread of its own behind a progress box while the window stays alive.
+    // Remote commands are held back meanwhile (one on the stack holds them), since the work
+    // reads or fills the model or the device.
+    void RunOffThread(const QString& title, const char* threadName,
+                      const std::function<void()>& work);
     // One fresh sweep of the channel, corrected as the channel corrects; false with the reason
     // when the channel applies no correction or no sweep arrived. Keeps the window alive.
     bool MeasureCorrectedSweep(int channel, SParameters& corrected, QString& error);
